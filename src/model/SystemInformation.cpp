@@ -1,0 +1,8 @@
+#include "SystemInformation.h"
+
+SystemInformation::SystemInformation(QObject* parent)
+    : QObject(parent)
+{
+}
+
+SystemInformation::~SystemInformation() = default;

@@ -147,3 +147,12 @@ void DatatypeProvider::removeCustomTypes()
         }
     }
 }
+
+bool DatatypeProvider::unregisterType(uchar number)
+{
+    if (isBuiltin(number) || !m_types.contains(number))
+        return false;
+    delete m_types.take(number);
+    delete m_validators.take(number);
+    return true;
+}

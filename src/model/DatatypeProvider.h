@@ -30,6 +30,8 @@ public:
     // Replaces a type of the same number; false for a number taken by a built-in type.
     bool registerType(const SimpleType& type);
     bool isBuiltin(uchar number) const;
+    // Removes a type of a project; built-in types stay.
+    bool unregisterType(uchar number);
     void removeCustomTypes();
 
 protected:

@@ -52,3 +52,10 @@ QList<QPair<int, unsigned short>> ParameterSetup::explicitValues() const
     std::sort(keys.begin(), keys.end());
     return keys;
 }
+
+QList<int> ParameterSetup::relatedAreas() const
+{
+    QList<int> areas = m_related.keys();
+    std::sort(areas.begin(), areas.end());
+    return areas;
+}

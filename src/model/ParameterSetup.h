@@ -30,6 +30,8 @@ public:
     QString defaultValueText(unsigned short element) const { return m_defaults.value(element); }
     // (area number, element) pairs with a value of their own, sorted: for saving.
     QList<QPair<int, unsigned short>> explicitValues() const;
+    // Area numbers that have related names, sorted: for saving.
+    QList<int> relatedAreas() const;
 
 private:
     QString m_name;

@@ -1,0 +1,8 @@
+#include "StatusEntry.h"
+
+StatusEntry::StatusEntry(QObject* parent)
+    : QObject(parent)
+{
+}
+
+StatusEntry::~StatusEntry() = default;

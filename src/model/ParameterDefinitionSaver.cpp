@@ -1,0 +1,88 @@
+#include "ParameterDefinitionSaver.h"
+
+#include "ParameterDefinition.h"
+#include "ParameterText.h"
+#include "RecordParameterDefinition.h"
+
+#include <QList>
+
+namespace {
+
+const char kLineEnd[] = "\r\n";
+
+// Only what would end the line or be taken for an escape needs escaping; everything else,
+// white space at either end included, is written as it is and read back as it is.
+QByteArray escaped(const QString& text)
+{
+    const QByteArray utf8 = text.toUtf8();
+    QByteArray out;
+    out.reserve(utf8.size());
+    for (char c : utf8) {
+        switch (c) {
+        case '\\': out += "\\\\"; break;
+        case '\n': out += "\\n"; break;
+        case '\r': out += "\\r"; break;
+        default: out += c; break;
+        }
+    }
+    return out;
+}
+
+void appendStrings(QByteArray& out, int id, const ParameterText& text)
+{
+    const QByteArray prefix = QByteArray::number(id) + '_';
+    for (int language : text.languages()) {
+        const QByteArray head = prefix + QByteArray::number(language) + '_';
+        const QString shortText = text.shortTextOf(language);
+        if (!shortText.isEmpty())
+            out += head + "s=" + escaped(shortText) + kLineEnd;
+        const QString longText = text.longTextOf(language);
+        if (!longText.isEmpty())
+            out += head + "l=" + escaped(longText) + kLineEnd;
+    }
+}
+
+} // namespace
+
+QByteArray ParameterDefinitionSaver::saveParameterDefinition(ParameterDefinition* definition)
+{
+    if (!definition)
+        return QByteArray();
+    const RecordParameterDefinition* record = definition->queryRecordParameterDefinition();
+
+    QByteArray out;
+    out += record ? ";type=\"record\" version=\"0\"" : ";type=\"parameter\" version=\"0\"";
+    out += kLineEnd;
+    out += kLineEnd;
+    out += "[Parameter]";
+    out += kLineEnd;
+
+    // String ids follow the order of the references in the text; keyValues() numbers the text keys
+    // the same way.
+    QList<const ParameterText*> strings;
+    for (const ParameterDefinition::KeyValue& kv : definition->keyValues()) {
+        out += kv.first + '=' + kv.second + kLineEnd;
+        if (kv.first == ParameterDefinition::NameKey)
+            strings.append(&definition->m_name);
+        else if (kv.first == ParameterDefinition::DescriptionKey)
+            strings.append(&definition->m_description);
+    }
+
+    if (record) {
+        out += kLineEnd;
+        out += "[Elements]";
+        out += kLineEnd;
+        for (unsigned short element : record->elementList()) {
+            out += QByteArray::number(element) + "=<localString:" + QByteArray::number(strings.size()) + '>'
+                + kLineEnd;
+            strings.append(&record->elementName(element));
+        }
+    }
+
+    out += kLineEnd;
+    out += "[Strings]";
+    out += kLineEnd;
+    for (int id = 0; id < strings.size(); ++id)
+        appendStrings(out, id, *strings.at(id));
+    return out;
+}

@@ -1,0 +1,8 @@
+#include "MdiSubWindow.h"
+
+MdiSubWindow::MdiSubWindow()
+    : QMdiSubWindow(nullptr)
+{
+}
+
+MdiSubWindow::~MdiSubWindow() = default;

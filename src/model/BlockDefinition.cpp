@@ -34,8 +34,12 @@ BlockDefinition::~BlockDefinition()
     // Instances of a definition that goes lose their block; they are deleted with their code by the
     // model or stay as faulty instances until then.
     const auto instances = m_instances;
-    for (BlockInstance* instance : instances)
+    for (BlockInstance* instance : instances) {
         instance->setDefinitionPointer(nullptr);
+        instance->syncPins();
+        if (BlockCode* code = instance->ownerCode())
+            code->notifyChanged();
+    }
     // The code first: its instances unregister from definitions that may be local blocks.
     delete m_code;
     m_code = nullptr;

@@ -18,7 +18,7 @@ bool isBlank(char c)
 // Escapes shared by names, keys and values. The outermost space on either side is escaped as
 // well: the reader drops unescaped white space around every token, so that hand-written
 // "key = value" means what it looks like.
-QByteArray escaped(const QByteArray& text, const char* special)
+QByteArray escaped(const QByteArray& text, const char* extra)
 {
     QByteArray out;
     out.reserve(text.size() + 8);
@@ -39,7 +39,7 @@ QByteArray escaped(const QByteArray& text, const char* special)
             out += kHex[u & 0xF];
         } else if (c == ' ' && (i == 0 || i == text.size() - 1)) {
             out += "\\s";
-        } else if (c != '\0' && std::strchr(special, c)) {
+        } else if (c != '\0' && std::strchr(extra, c)) {
             out += '\\';
             out += c;
         } else {

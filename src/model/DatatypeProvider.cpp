@@ -26,8 +26,12 @@ public:
         const QString text = input.trimmed();
         if (text.isEmpty() || text == QLatin1String("-") || text.compare(QLatin1String("0x"), Qt::CaseInsensitive) == 0)
             return m_minimum < 0 || text != QLatin1String("-") ? Intermediate : Invalid;
+        if (m_minimum >= 0 && text.startsWith(QLatin1Char('-')))
+            return Invalid;
         bool ok = false;
-        const qlonglong v = text.toLongLong(&ok, 0);
+        const bool hex = text.startsWith(QLatin1String("0x"), Qt::CaseInsensitive)
+            || text.startsWith(QLatin1String("-0x"), Qt::CaseInsensitive);
+        const qlonglong v = hex ? text.toLongLong(&ok, 16) : text.toLongLong(&ok, 10);
         if (!ok)
             return Invalid;
         if (double(v) < m_minimum || double(v) > m_maximum)

@@ -36,7 +36,7 @@ void Locator::parseText(const QString& input)
         return;
     const QStringList parts = text.split(QLatin1Char('.'));
     for (const QString& part : parts) {
-        if (part.isEmpty()) {
+        if (part.isEmpty() || part.contains(QLatin1Char(':'))) {
             m_valid = false;
             m_stack.clear();
             return;

@@ -12,7 +12,8 @@ ParameterContainer::~ParameterContainer()
 QList<QString> ParameterContainer::queryParameterAnchors(const QString& path, bool recursive)
 {
     QList<QString> names;
-    const QString below = path + QLatin1Char('.');
+    // Below the root of an area ("A1:") the entries follow at once; below a node after a ".".
+    const QString below = path.isEmpty() || path.endsWith(QLatin1Char(':')) ? path : path + QLatin1Char('.');
     for (auto it = m_setups.constBegin(); it != m_setups.constEnd(); ++it) {
         const QString owner = instancePathOf(it.key());
         if (owner == path || (recursive && owner.startsWith(below)))

@@ -34,7 +34,10 @@ double SimpleType::parseValue(const QString& input, bool* ok) const
     }
     case SimpleTypeSigned:
     case SimpleTypeUnsigned: {
-        const qlonglong v = text.toLongLong(&good, 0);
+        // Decimal unless marked hexadecimal: "010" is ten, as a user reads it.
+        const bool hex = text.startsWith(QLatin1String("0x"), Qt::CaseInsensitive)
+            || text.startsWith(QLatin1String("-0x"), Qt::CaseInsensitive);
+        const qlonglong v = hex ? text.toLongLong(&good, 16) : text.toLongLong(&good, 10);
         value = double(v);
         good = good && value >= m_minimum && value <= m_maximum;
         break;

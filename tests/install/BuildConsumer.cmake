@@ -1,0 +1,15 @@
+# Configures, builds and runs the consumer project against an installed prefix.
+file(REMOVE_RECURSE ${BINARY})
+execute_process(COMMAND ${CMAKE_COMMAND} -S ${SOURCE} -B ${BINARY} -G ${GENERATOR}
+                        -DCMAKE_PREFIX_PATH=${PREFIX} RESULT_VARIABLE rc)
+if(rc)
+  message(FATAL_ERROR "the consumer does not configure against ${PREFIX}")
+endif()
+execute_process(COMMAND ${CMAKE_COMMAND} --build ${BINARY} RESULT_VARIABLE rc)
+if(rc)
+  message(FATAL_ERROR "the consumer does not build")
+endif()
+execute_process(COMMAND ${BINARY}/zkconsumer RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE err)
+if(rc OR NOT out MATCHES "consumer ok")
+  message(FATAL_ERROR "the consumer failed: ${rc}\n${out}\n${err}")
+endif()

@@ -1,0 +1,11 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+
+class QDialog;
+
+// Answers the next modal dialog without a person: a timer finds the active modal widget while the
+// dialog's own event loop runs and hands it to `action`, which fills fields and accepts or rejects.
+// Returns a flag that turns true once the dialog was answered, for the test to check.
+std::shared_ptr<bool> answerNextModal(std::function<void(QDialog*)> action, int timeoutMs = 5000);

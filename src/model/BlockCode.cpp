@@ -105,11 +105,6 @@ bool parseEnd(const QByteArray& text, bool& present, unsigned int& instance, int
     return ok1 && ok2;
 }
 
-QString tr(const char* text)
-{
-    return QCoreApplication::translate("BlockCode", text);
-}
-
 } // namespace
 
 struct BlockCode::Parsed

@@ -37,6 +37,8 @@ BlockDefinition::~BlockDefinition()
     for (BlockInstance* instance : instances) {
         instance->setDefinitionPointer(nullptr);
         instance->syncPins();
+        // Nodes that show this definition's code let go of it while it still exists.
+        Q_EMIT instance->definitionChanged();
         if (BlockCode* code = instance->ownerCode())
             code->notifyChanged();
     }

@@ -19,11 +19,6 @@
 
 namespace {
 
-QString tr(const char* text)
-{
-    return QCoreApplication::translate("BlockRepository", text);
-}
-
 QString pinRows(const BlockDefinition* definition, eBlockPinFunction function)
 {
     QString rows;

@@ -456,6 +456,8 @@ Project* Project::read(const QByteArray& json, const QString& baseDirectory, con
                                                          .arg(fileName)
                                                          .arg(builder.fallbackCount()));
     }
+    // The types were needed for reading only; activate() makes them the process's types.
+    withdrawTypes();
     return project.release();
 }
 

@@ -275,6 +275,7 @@ BlockInstance* BlockCode::createInstance(BlockDefinition* definition, unsigned i
     m_index.insert(identifier, instance);
     if (identifier >= m_nextIdentifier)
         m_nextIdentifier = identifier + 1;
+    Q_EMIT instanceAdded(identifier);
     return instance;
 }
 
@@ -299,7 +300,6 @@ BlockInstance* BlockCode::createInstanceInRealtimeTask(BlockDefinition* definiti
         break;
     }
     orderChanged();
-    Q_EMIT structureChanged();
     notifyChanged();
     return instance;
 }
@@ -324,7 +324,7 @@ void BlockCode::deleteInstance(unsigned int identifier)
     m_background.removeAll(identifier);
     orderChanged();
     delete instance;
-    Q_EMIT structureChanged();
+    Q_EMIT instanceRemoved(identifier);
     notifyChanged();
 }
 
@@ -393,12 +393,10 @@ void BlockCode::indexConnection(BlockPinConnection* connection)
 
 void BlockCode::unindexConnection(BlockPinConnection* connection)
 {
-    for (auto it = m_pinConnections.begin(); it != m_pinConnections.end();) {
-        if (it.value() == connection)
-            it = m_pinConnections.erase(it);
-        else
-            ++it;
-    }
+    if (BlockPinInstance* source = connection->source())
+        m_pinConnections.remove(source, connection);
+    if (BlockPinInstance* target = connection->target())
+        m_pinConnections.remove(target, connection);
 }
 
 void BlockCode::connectionEndChanged(BlockPinConnection* connection, BlockPinInstance* oldPin, BlockPinInstance* newPin)
@@ -502,8 +500,8 @@ QByteArray BlockCode::text(QList<unsigned int> identifiers) const
         const Block* block = instance->block();
         out += "[Instance]\n";
         out += "Id=" + QByteArray::number(id) + '\n';
-        out += "Block=" + escape(block ? block->identifier() : QString()) + '\n';
-        out += "Version=" + QByteArray::number(instance->version()) + '\n';
+        out += "Block=" + escape(block ? block->identifier() : instance->blockIdentifier()) + '\n';
+        out += "Version=" + QByteArray::number(block ? instance->version() : instance->blockVersion()) + '\n';
         out += "Name=" + escape(instance->name()) + '\n';
         out += "Position=" + pointText(instance->position()) + '\n';
         out += "Runtime=" + QByteArray::number(realtime(id)) + '\n';
@@ -808,8 +806,6 @@ QList<unsigned int> BlockCode::applyParsed(const Parsed& parsed, bool freshIdent
                 label->setOffset(l.offset);
         }
     }
-    if (!restored.isEmpty())
-        Q_EMIT structureChanged();
     notifyChanged();
     return restored;
 }

@@ -94,6 +94,9 @@ Q_SIGNALS:
     // Instances came, went or changed their definition. Never blocked: the hierarchy follows the
     // structure at once, even while a scene keeps changed() quiet.
     void structureChanged();
+    // One instance came or went; never blocked either. structureChanged() stands for "anything".
+    void instanceAdded(unsigned int identifier);
+    void instanceRemoved(unsigned int identifier);
 
 private:
     friend class ModelJson::Reader;

@@ -319,8 +319,26 @@ Block* BlockDefinition::resolveBlock(const QString& identifier) const
 
 BlockDefinition* BlockDefinition::resolveDefinition(const QString& identifier, unsigned int version) const
 {
-    const Block* block = resolveBlock(identifier);
-    return block ? block->blockDefinition(version) : nullptr;
+    // As when reading: a block that has the version wins over a fall-back block of the same name.
+    BlockDefinition* fallback = nullptr;
+    for (const BlockDefinition* d = this; d;) {
+        if (const BlockLibrary* local = d->existingLocalBlockLibrary()) {
+            if (const Block* block = local->block(identifier)) {
+                BlockDefinition* found = block->blockDefinition(version);
+                if (found && !block->isFallbackBlock())
+                    return found;
+                if (found && !fallback)
+                    fallback = found;
+            }
+        }
+        const Block* block = d->m_block;
+        const BlockLibrary* library = block ? block->ownerLibrary() : nullptr;
+        const BlockLibraryContainer* container = library ? library->container() : nullptr;
+        d = container && container->isLocal() ? qobject_cast<const BlockDefinition*>(container->parent()) : nullptr;
+    }
+    if (BlockDefinition* found = BlockRepository::instance().blockDefinition(identifier, version))
+        return found;
+    return fallback;
 }
 
 void BlockDefinition::attachParameterGeneralDefinition(unsigned int index, ParameterDefinition* definition)

@@ -41,8 +41,12 @@ void BlockInstance::setDefinitionPointer(BlockDefinition* definition)
     if (m_definition)
         m_definition->unregisterInstance(this);
     m_definition = definition;
-    if (definition)
+    if (definition) {
         definition->registerInstance(this);
+        if (const Block* block = definition->block())
+            m_blockIdentifier = block->identifier();
+        m_blockVersion = definition->version();
+    }
 }
 
 BlockDefinition* BlockInstance::blockDefinition() const
@@ -61,8 +65,6 @@ void BlockInstance::replaceBlockDefinition(BlockDefinition* definition)
         return;
     setDefinitionPointer(definition);
     syncPins();
-    if (m_code)
-        Q_EMIT m_code->structureChanged();
     Q_EMIT definitionChanged();
     if (m_code)
         m_code->notifyChanged();

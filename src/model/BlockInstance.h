@@ -71,6 +71,11 @@ public:
     QString parameterValue(const QString& key) const;
     void setParameterValue(const QString& key, const QString& value);
 
+    // The block and version this instance was made of, also after that definition went: saving
+    // names it, so that reading back makes a fall-back block instead of losing the instance.
+    QString blockIdentifier() const { return m_blockIdentifier; }
+    unsigned int blockVersion() const { return m_blockVersion; }
+
     // Definitions of blocks are mutable; an instance follows its definition's pins at once.
     void syncPins();
 
@@ -97,6 +102,8 @@ private:
     BlockCode* m_code;
     unsigned int m_identifier;
     QPointer<BlockDefinition> m_definition;
+    QString m_blockIdentifier;
+    unsigned int m_blockVersion = 0;
     QPointF m_position;
     QString m_name;
     QString m_note;

@@ -89,22 +89,26 @@ bool BlockInstanceHierarchyNode::definitionRecursAbove(const BlockDefinition* de
     return false;
 }
 
+void BlockInstanceHierarchyNode::detachChild(BlockInstanceHierarchyNode* child)
+{
+    // A scene of the node may be busy in the event that changed the code: the node goes later,
+    // but it is out of the tree now.
+    child->m_parent = nullptr;
+    child->m_instance = nullptr;
+    if (child->m_code) {
+        child->m_code->m_nodes.removeOne(child);
+        disconnect(child->m_code, nullptr, child, nullptr);
+        child->m_code = nullptr;
+    }
+    child->deleteLater();
+}
+
 void BlockInstanceHierarchyNode::dropChildren()
 {
     const auto children = m_children;
     m_children.clear();
-    for (BlockInstanceHierarchyNode* child : children) {
-        // A scene of this node may be busy in the event that changed the code: the node goes later,
-        // but it is out of the tree now.
-        child->m_parent = nullptr;
-        child->m_instance = nullptr;
-        if (child->m_code) {
-            child->m_code->m_nodes.removeOne(child);
-            disconnect(child->m_code, nullptr, child, nullptr);
-            child->m_code = nullptr;
-        }
-        child->deleteLater();
-    }
+    for (BlockInstanceHierarchyNode* child : children)
+        detachChild(child);
 }
 
 void BlockInstanceHierarchyNode::reconcile()
@@ -122,6 +126,8 @@ void BlockInstanceHierarchyNode::reconcile()
         if (code) {
             code->m_nodes.append(this);
             connect(code, &BlockCode::structureChanged, this, &BlockInstanceHierarchyNode::reconcile);
+            connect(code, &BlockCode::instanceAdded, this, &BlockInstanceHierarchyNode::onInstanceAdded);
+            connect(code, &BlockCode::instanceRemoved, this, &BlockInstanceHierarchyNode::onInstanceRemoved);
         }
     }
     m_definition = definition;
@@ -143,14 +149,7 @@ void BlockInstanceHierarchyNode::reconcile()
         if (child && child->m_instance != instance) {
             // The identifier was reused by another instance: the old node is gone with its instance.
             m_children.remove(id);
-            child->m_parent = nullptr;
-            child->m_instance = nullptr;
-            if (child->m_code) {
-                child->m_code->m_nodes.removeOne(child);
-                disconnect(child->m_code, nullptr, child, nullptr);
-                child->m_code = nullptr;
-            }
-            child->deleteLater();
+            detachChild(child);
             child = nullptr;
         }
         if (!child) {
@@ -168,19 +167,48 @@ void BlockInstanceHierarchyNode::reconcile()
         }
         BlockInstanceHierarchyNode* child = it.value();
         it = m_children.erase(it);
-        child->m_parent = nullptr;
-        child->m_instance = nullptr;
-        if (child->m_code) {
-            child->m_code->m_nodes.removeOne(child);
-            disconnect(child->m_code, nullptr, child, nullptr);
-            child->m_code = nullptr;
-        }
-        child->deleteLater();
+        detachChild(child);
     }
+    pruneLabels();
+}
+
+void BlockInstanceHierarchyNode::onInstanceAdded(unsigned int identifier)
+{
+    BlockInstance* instance = m_code ? m_code->instance(identifier) : nullptr;
+    if (!instance)
+        return;
+    if (BlockInstanceHierarchyNode* old = m_children.take(identifier))
+        detachChild(old);
+    auto* child = new BlockInstanceHierarchyNode(m_hierarchy, this, instance);
+    m_children.insert(identifier, child);
+    child->reconcile();
+}
+
+void BlockInstanceHierarchyNode::onInstanceRemoved(unsigned int identifier)
+{
+    if (BlockInstanceHierarchyNode* child = m_children.take(identifier))
+        detachChild(child);
     bool labelsGone = false;
     for (int i = int(m_labels.size()) - 1; i >= 0; --i) {
         SignalLabel* label = m_labels.at(i);
-        const BlockInstance* instance = code->instance(label->instanceIdentifier());
+        if (label->instanceIdentifier() == identifier) {
+            m_labels.removeAt(i);
+            label->deleteLater();
+            labelsGone = true;
+        }
+    }
+    if (labelsGone)
+        Q_EMIT signalLabelsChanged();
+}
+
+void BlockInstanceHierarchyNode::pruneLabels()
+{
+    if (!m_code)
+        return;
+    bool labelsGone = false;
+    for (int i = int(m_labels.size()) - 1; i >= 0; --i) {
+        SignalLabel* label = m_labels.at(i);
+        const BlockInstance* instance = m_code->instance(label->instanceIdentifier());
         if (!instance || !instance->pin(label->pinIdentifier())) {
             m_labels.removeAt(i);
             label->deleteLater();
@@ -197,6 +225,9 @@ void BlockInstanceHierarchyNode::onInstanceDefinitionChanged()
     // definition was swapped without one.
     if (m_instance && m_definition != m_instance->blockDefinition())
         reconcile();
+    // Pins may have gone with the old definition: their labels live one level up.
+    if (m_parent)
+        m_parent->pruneLabels();
     Q_EMIT definitionChanged();
 }
 

@@ -55,7 +55,11 @@ private:
     BlockInstanceHierarchyNode(BlockInstanceHierarchy* hierarchy, BlockInstanceHierarchyNode* parent,
                                BlockInstance* instance);
     void reconcile();
+    void onInstanceAdded(unsigned int identifier);
+    void onInstanceRemoved(unsigned int identifier);
     void onInstanceDefinitionChanged();
+    void detachChild(BlockInstanceHierarchyNode* child);
+    void pruneLabels();
     bool definitionRecursAbove(const BlockDefinition* definition) const;
     void dropChildren();
 

@@ -132,8 +132,8 @@ QJsonObject codeToJson(const BlockCode* code)
         QJsonObject i;
         i.insert(QStringLiteral("id"), double(instance->identifier()));
         const Block* block = instance->block();
-        i.insert(QStringLiteral("block"), block ? block->identifier() : QString());
-        i.insert(QStringLiteral("version"), double(instance->version()));
+        i.insert(QStringLiteral("block"), block ? block->identifier() : instance->blockIdentifier());
+        i.insert(QStringLiteral("version"), double(block ? instance->version() : instance->blockVersion()));
         i.insert(QStringLiteral("name"), instance->name());
         i.insert(QStringLiteral("position"), pointToJson(instance->position()));
         i.insert(QStringLiteral("realtime"), double(code->realtime(instance->identifier())));
@@ -270,17 +270,17 @@ bool Reader::validateText(const QJsonValue& value, const QString& place)
     if (value.isUndefined() || value.isString())
         return true;
     if (!value.isObject()) {
-        fail(place, QStringLiteral("a text must be an object of languages or a string"));
+        fail(place, QStringLiteral("ein Text muss ein Objekt der Sprachen oder eine Zeichenkette sein"));
         return false;
     }
     const QJsonObject o = value.toObject();
     for (auto it = o.constBegin(); it != o.constEnd(); ++it) {
         if (!it.value().isString()) {
-            fail(place + QLatin1Char('.') + it.key(), QStringLiteral("a text must be a string"));
+            fail(place + QLatin1Char('.') + it.key(), QStringLiteral("ein Text muss eine Zeichenkette sein"));
             return false;
         }
         if (LanguageManager::languageFromCode(it.key()) < 0) {
-            fail(place, QStringLiteral("unknown language \"%1\"").arg(it.key()));
+            fail(place, QStringLiteral("unbekannte Sprache \"%1\"").arg(it.key()));
             return false;
         }
     }
@@ -291,7 +291,7 @@ bool Reader::validateCode(const QJsonObject& o, const QString& place)
 {
     const QJsonValue instances = o.value(QStringLiteral("instances"));
     if (!instances.isUndefined() && !instances.isArray()) {
-        fail(place, QStringLiteral("\"instances\" must be an array"));
+        fail(place, QStringLiteral("\"instances\" muss eine Liste sein"));
         return false;
     }
     QSet<unsigned int> ids;
@@ -300,43 +300,47 @@ bool Reader::validateCode(const QJsonObject& o, const QString& place)
     for (int n = 0; n < list.size(); ++n) {
         const QString at = QStringLiteral("%1.instances[%2]").arg(place).arg(n);
         if (!list.at(n).isObject()) {
-            fail(at, QStringLiteral("an instance must be an object"));
+            fail(at, QStringLiteral("eine Instanz muss ein Objekt sein"));
             return false;
         }
         const QJsonObject i = list.at(n).toObject();
         if (!isUInt(i.value(QStringLiteral("id")))) {
-            fail(at, QStringLiteral("\"id\" must be an unsigned number"));
+            fail(at, QStringLiteral("\"id\" muss eine vorzeichenlose Zahl sein"));
             return false;
         }
         const unsigned int id = unsigned(i.value(QStringLiteral("id")).toDouble());
         if (id == 0 || ids.contains(id)) {
-            fail(at, QStringLiteral("identifier %1 is zero or used twice").arg(id));
+            fail(at, QStringLiteral("die Kennung %1 ist 0 oder doppelt vergeben").arg(id));
             return false;
         }
         ids.insert(id);
         if (!i.value(QStringLiteral("block")).isString() || i.value(QStringLiteral("block")).toString().isEmpty()) {
-            fail(at, QStringLiteral("\"block\" must name a block"));
+            fail(at, QStringLiteral("\"block\" muss einen Baustein nennen"));
             return false;
         }
         if (!isUInt(i.value(QStringLiteral("version")))) {
-            fail(at, QStringLiteral("\"version\" must be an unsigned number"));
+            fail(at, QStringLiteral("\"version\" muss eine vorzeichenlose Zahl sein"));
             return false;
         }
         if (!isPoint(i.value(QStringLiteral("position")))) {
-            fail(at, QStringLiteral("\"position\" must be [x, y]"));
+            fail(at, QStringLiteral("\"position\" muss [x, y] sein"));
             return false;
         }
-        for (const char* key : {"realtime", "background", "error"}) {
+        if (!i.value(QStringLiteral("error")).isUndefined() && !isInt(i.value(QStringLiteral("error")))) {
+            fail(at, QStringLiteral("\"error\" muss eine ganze Zahl sein"));
+            return false;
+        }
+        for (const char* key : {"realtime", "background"}) {
             const QJsonValue v = i.value(QLatin1String(key));
             if (!v.isUndefined() && !isUInt(v)) {
-                fail(at, QStringLiteral("\"%1\" must be an unsigned number").arg(QLatin1String(key)));
+                fail(at, QStringLiteral("\"%1\" muss eine vorzeichenlose Zahl sein").arg(QLatin1String(key)));
                 return false;
             }
         }
         for (const char* key : {"name", "parameters", "note"}) {
             const QJsonValue v = i.value(QLatin1String(key));
             if (!v.isUndefined() && !v.isString()) {
-                fail(at, QStringLiteral("\"%1\" must be a string").arg(QLatin1String(key)));
+                fail(at, QStringLiteral("\"%1\" muss eine Zeichenkette sein").arg(QLatin1String(key)));
                 return false;
             }
         }
@@ -346,35 +350,35 @@ bool Reader::validateCode(const QJsonObject& o, const QString& place)
             for (const QJsonValue& l : lines.toArray())
                 ok = ok && l.isString();
             if (!ok) {
-                fail(at, QStringLiteral("\"lines\" must be an array of strings"));
+                fail(at, QStringLiteral("\"lines\" muss eine Liste von Zeichenketten sein"));
                 return false;
             }
         }
         const QJsonValue size = i.value(QStringLiteral("size"));
         if (!size.isUndefined() && !size.isNull() && !isPoint(size)) {
-            fail(at, QStringLiteral("\"size\" must be [width, height] or null"));
+            fail(at, QStringLiteral("\"size\" muss [Breite, Höhe] oder null sein"));
             return false;
         }
         const QJsonValue pins = i.value(QStringLiteral("pins"));
         if (!pins.isUndefined() && !pins.isArray()) {
-            fail(at, QStringLiteral("\"pins\" must be an array"));
+            fail(at, QStringLiteral("\"pins\" muss eine Liste sein"));
             return false;
         }
         for (const QJsonValue& p : pins.toArray()) {
             const QJsonObject po = p.toObject();
             if (!p.isObject() || !isInt(po.value(QStringLiteral("id")))) {
-                fail(at, QStringLiteral("a pin entry needs an \"id\""));
+                fail(at, QStringLiteral("ein Anschlusseintrag braucht eine \"id\""));
                 return false;
             }
             if (!po.value(QStringLiteral("initial")).isUndefined() && !po.value(QStringLiteral("initial")).isString()) {
-                fail(at, QStringLiteral("a pin's \"initial\" must be a string"));
+                fail(at, QStringLiteral("\"initial\" eines Anschlusses muss eine Zeichenkette sein"));
                 return false;
             }
         }
     }
     const QJsonValue connections = o.value(QStringLiteral("connections"));
     if (!connections.isUndefined() && !connections.isArray()) {
-        fail(place, QStringLiteral("\"connections\" must be an array"));
+        fail(place, QStringLiteral("\"connections\" muss eine Liste sein"));
         return false;
     }
     const QJsonArray clist = connections.toArray();
@@ -382,7 +386,7 @@ bool Reader::validateCode(const QJsonObject& o, const QString& place)
         const QString at = QStringLiteral("%1.connections[%2]").arg(place).arg(n);
         const QJsonObject c = clist.at(n).toObject();
         if (!clist.at(n).isObject()) {
-            fail(at, QStringLiteral("a connection must be an object"));
+            fail(at, QStringLiteral("eine Verbindung muss ein Objekt sein"));
             return false;
         }
         for (const char* key : {"source", "target"}) {
@@ -391,11 +395,11 @@ bool Reader::validateCode(const QJsonObject& o, const QString& place)
                 continue;
             const QJsonArray a = end.toArray();
             if (!end.isArray() || a.size() != 2 || !isUInt(a.at(0)) || !isInt(a.at(1))) {
-                fail(at, QStringLiteral("\"%1\" must be [instance, pin] or null").arg(QLatin1String(key)));
+                fail(at, QStringLiteral("\"%1\" muss [Instanz, Anschluss] oder null sein").arg(QLatin1String(key)));
                 return false;
             }
             if (!ids.contains(unsigned(a.at(0).toDouble()))) {
-                fail(at, QStringLiteral("\"%1\" names instance %2, which the code does not hold")
+                fail(at, QStringLiteral("\"%1\" nennt die Instanz %2, die es im Code nicht gibt")
                              .arg(QLatin1String(key))
                              .arg(unsigned(a.at(0).toDouble())));
                 return false;
@@ -407,7 +411,7 @@ bool Reader::validateCode(const QJsonObject& o, const QString& place)
             for (const QJsonValue& p : nodes.toArray())
                 ok = ok && isPoint(p);
             if (!ok) {
-                fail(at, QStringLiteral("\"nodes\" must be an array of [x, y]"));
+                fail(at, QStringLiteral("\"nodes\" muss eine Liste von [x, y] sein"));
                 return false;
             }
         }
@@ -418,25 +422,25 @@ bool Reader::validateCode(const QJsonObject& o, const QString& place)
 bool Reader::validateDefinition(const QJsonObject& o, const QString& place)
 {
     if (!isUInt(o.value(QStringLiteral("version")))) {
-        fail(place, QStringLiteral("\"version\" must be an unsigned number"));
+        fail(place, QStringLiteral("\"version\" muss eine vorzeichenlose Zahl sein"));
         return false;
     }
     for (const char* key : {"accessWrite", "accessRead", "runtime", "type"}) {
         const QJsonValue v = o.value(QLatin1String(key));
         if (!v.isUndefined() && !isUInt(v)) {
-            fail(place, QStringLiteral("\"%1\" must be an unsigned number").arg(QLatin1String(key)));
+            fail(place, QStringLiteral("\"%1\" muss eine vorzeichenlose Zahl sein").arg(QLatin1String(key)));
             return false;
         }
     }
     if (o.value(QStringLiteral("runtime")).toInt() > RuntimeMembershipNone) {
-        fail(place, QStringLiteral("\"runtime\" must lie between 0 and 4"));
+        fail(place, QStringLiteral("\"runtime\" muss zwischen 0 und 4 liegen"));
         return false;
     }
     if (!validateText(o.value(QStringLiteral("description")), place + QStringLiteral(".description")))
         return false;
     const QJsonValue pins = o.value(QStringLiteral("pins"));
     if (!pins.isUndefined() && !pins.isArray()) {
-        fail(place, QStringLiteral("\"pins\" must be an array"));
+        fail(place, QStringLiteral("\"pins\" muss eine Liste sein"));
         return false;
     }
     QSet<int> pinIds;
@@ -445,23 +449,23 @@ bool Reader::validateDefinition(const QJsonObject& o, const QString& place)
         const QString at = QStringLiteral("%1.pins[%2]").arg(place).arg(n);
         const QJsonObject p = plist.at(n).toObject();
         if (!plist.at(n).isObject() || !isInt(p.value(QStringLiteral("id")))) {
-            fail(at, QStringLiteral("a pin needs a numeric \"id\""));
+            fail(at, QStringLiteral("ein Anschluss braucht eine numerische \"id\""));
             return false;
         }
         const int id = p.value(QStringLiteral("id")).toInt();
         if (pinIds.contains(id)) {
-            fail(at, QStringLiteral("pin %1 is defined twice").arg(id));
+            fail(at, QStringLiteral("der Anschluss %1 ist doppelt definiert").arg(id));
             return false;
         }
         pinIds.insert(id);
         const int function = p.value(QStringLiteral("function")).toInt(-1);
         if (function != BlockPinFunctionInput && function != BlockPinFunctionOutput) {
-            fail(at, QStringLiteral("\"function\" must be 1 (input) or 2 (output)"));
+            fail(at, QStringLiteral("\"function\" muss 1 (Eingang) oder 2 (Ausgang) sein"));
             return false;
         }
         const QJsonValue type = p.value(QStringLiteral("datatype"));
         if (!isUInt(type) || type.toInt() > 255 || !DatatypeProvider::instance()->simpleType(uchar(type.toInt()))) {
-            fail(at, QStringLiteral("\"datatype\" must be the number of a known type"));
+            fail(at, QStringLiteral("\"datatype\" muss die Nummer eines bekannten Typs sein"));
             return false;
         }
         if (!validateText(p.value(QStringLiteral("name")), at + QStringLiteral(".name"))
@@ -472,7 +476,7 @@ bool Reader::validateDefinition(const QJsonObject& o, const QString& place)
     if (!symbol.isUndefined()) {
         const QJsonObject s = symbol.toObject();
         if (!symbol.isObject()) {
-            fail(place, QStringLiteral("\"symbol\" must be an object"));
+            fail(place, QStringLiteral("\"symbol\" muss ein Objekt sein"));
             return false;
         }
         for (const char* key : {"inputs", "outputs"}) {
@@ -484,14 +488,14 @@ bool Reader::validateDefinition(const QJsonObject& o, const QString& place)
                 ok = ok && isInt(e) && (pinIds.contains(e.toInt()) || e.toInt() == -1);
             if (!ok) {
                 fail(place + QStringLiteral(".symbol"),
-                     QStringLiteral("\"%1\" must list pins of the definition").arg(QLatin1String(key)));
+                     QStringLiteral("\"%1\" muss Anschlüsse der Definition aufzählen").arg(QLatin1String(key)));
                 return false;
             }
         }
         for (const char* key : {"defaultSize", "size"}) {
             const QJsonValue v = s.value(QLatin1String(key));
             if (!v.isUndefined() && !v.isNull() && !isPoint(v)) {
-                fail(place + QStringLiteral(".symbol"), QStringLiteral("\"%1\" must be [width, height]").arg(QLatin1String(key)));
+                fail(place + QStringLiteral(".symbol"), QStringLiteral("\"%1\" muss [Breite, Höhe] sein").arg(QLatin1String(key)));
                 return false;
             }
         }
@@ -499,19 +503,19 @@ bool Reader::validateDefinition(const QJsonObject& o, const QString& place)
     const QJsonValue parameters = o.value(QStringLiteral("parameters"));
     if (!parameters.isUndefined()) {
         if (!parameters.isArray()) {
-            fail(place, QStringLiteral("\"parameters\" must be an array"));
+            fail(place, QStringLiteral("\"parameters\" muss eine Liste sein"));
             return false;
         }
         for (const QJsonValue& p : parameters.toArray()) {
             const QJsonObject po = p.toObject();
             if (!isUInt(po.value(QStringLiteral("index"))) || !po.value(QStringLiteral("text")).isString()) {
-                fail(place + QStringLiteral(".parameters"), QStringLiteral("a parameter needs \"index\" and \"text\""));
+                fail(place + QStringLiteral(".parameters"), QStringLiteral("ein Parameter braucht \"index\" und \"text\""));
                 return false;
             }
             ParameterDefinition* parameter = ParameterDefinitionLoader::createAndLoadParameterDefinition(
                 po.value(QStringLiteral("text")).toString().toUtf8());
             if (!parameter) {
-                fail(place + QStringLiteral(".parameters"), QStringLiteral("a parameter text cannot be read"));
+                fail(place + QStringLiteral(".parameters"), QStringLiteral("ein Parametertext ist nicht lesbar"));
                 return false;
             }
             delete parameter;
@@ -520,7 +524,7 @@ bool Reader::validateDefinition(const QJsonObject& o, const QString& place)
     const QJsonValue locals = o.value(QStringLiteral("localBlocks"));
     if (!locals.isUndefined()) {
         if (!locals.isArray()) {
-            fail(place, QStringLiteral("\"localBlocks\" must be an array"));
+            fail(place, QStringLiteral("\"localBlocks\" muss eine Liste sein"));
             return false;
         }
         const QJsonArray list = locals.toArray();
@@ -528,14 +532,14 @@ bool Reader::validateDefinition(const QJsonObject& o, const QString& place)
         for (int n = 0; n < list.size(); ++n) {
             const QString at = QStringLiteral("%1.localBlocks[%2]").arg(place).arg(n);
             if (!list.at(n).isObject()) {
-                fail(at, QStringLiteral("a block must be an object"));
+                fail(at, QStringLiteral("ein Baustein muss ein Objekt sein"));
                 return false;
             }
             if (!validateBlock(list.at(n).toObject(), at))
                 return false;
             const QString id = list.at(n).toObject().value(QStringLiteral("identifier")).toString();
             if (seen.contains(id)) {
-                fail(at, QStringLiteral("block \"%1\" is there twice").arg(id));
+                fail(at, QStringLiteral("der Baustein \"%1\" ist doppelt vorhanden").arg(id));
                 return false;
             }
             seen.insert(id);
@@ -544,7 +548,7 @@ bool Reader::validateDefinition(const QJsonObject& o, const QString& place)
     const QJsonValue code = o.value(QStringLiteral("code"));
     if (!code.isUndefined() && !code.isNull()) {
         if (!code.isObject()) {
-            fail(place, QStringLiteral("\"code\" must be an object"));
+            fail(place, QStringLiteral("\"code\" muss ein Objekt sein"));
             return false;
         }
         if (!validateCode(code.toObject(), place + QStringLiteral(".code")))
@@ -558,7 +562,7 @@ bool Reader::validateBlock(const QJsonObject& o, const QString& placeIn)
     const QString identifier = o.value(QStringLiteral("identifier")).toString();
     const QString place = placeIn.isEmpty() ? identifier : placeIn;
     if (identifier.isEmpty()) {
-        fail(placeIn, QStringLiteral("a block needs an \"identifier\""));
+        fail(placeIn, QStringLiteral("ein Baustein braucht eine \"identifier\""));
         return false;
     }
     if (!validateText(o.value(QStringLiteral("name")), place + QStringLiteral(".name")))
@@ -566,7 +570,7 @@ bool Reader::validateBlock(const QJsonObject& o, const QString& placeIn)
     for (const char* key : {"shortName", "group"}) {
         const QJsonValue v = o.value(QLatin1String(key));
         if (!v.isUndefined() && !v.isString()) {
-            fail(place, QStringLiteral("\"%1\" must be a string").arg(QLatin1String(key)));
+            fail(place, QStringLiteral("\"%1\" muss eine Zeichenkette sein").arg(QLatin1String(key)));
             return false;
         }
     }
@@ -576,14 +580,23 @@ bool Reader::validateBlock(const QJsonObject& o, const QString& placeIn)
             bool ok = false;
             part.toUInt(&ok);
             if (!ok) {
-                fail(place, QStringLiteral("group path \"%1\" must be numbers joined by \";\"").arg(group));
+                fail(place, QStringLiteral("der Gruppenpfad \"%1\" muss aus Zahlen mit \";\" bestehen").arg(group));
                 return false;
             }
         }
     }
+    const QJsonValue origin = o.value(QStringLiteral("origin"));
+    if (!origin.isUndefined()) {
+        const QJsonObject oo = origin.toObject();
+        if (!origin.isObject() || !oo.value(QStringLiteral("identifier")).isString()
+            || !isUInt(oo.value(QStringLiteral("version")))) {
+            fail(place, QStringLiteral("\"origin\" braucht \"identifier\" und eine vorzeichenlose \"version\""));
+            return false;
+        }
+    }
     const QJsonValue definitions = o.value(QStringLiteral("definitions"));
     if (!definitions.isArray()) {
-        fail(place, QStringLiteral("\"definitions\" must be an array"));
+        fail(place, QStringLiteral("\"definitions\" muss eine Liste sein"));
         return false;
     }
     QSet<unsigned int> versions;
@@ -591,14 +604,14 @@ bool Reader::validateBlock(const QJsonObject& o, const QString& placeIn)
     for (int n = 0; n < list.size(); ++n) {
         const QString at = QStringLiteral("%1.definitions[%2]").arg(place).arg(n);
         if (!list.at(n).isObject()) {
-            fail(at, QStringLiteral("a definition must be an object"));
+            fail(at, QStringLiteral("eine Definition muss ein Objekt sein"));
             return false;
         }
         if (!validateDefinition(list.at(n).toObject(), at))
             return false;
         const unsigned int version = unsigned(list.at(n).toObject().value(QStringLiteral("version")).toDouble());
         if (versions.contains(version)) {
-            fail(at, QStringLiteral("version %1 is there twice").arg(version));
+            fail(at, QStringLiteral("die Version %1 ist doppelt vorhanden").arg(version));
             return false;
         }
         versions.insert(version);
@@ -755,11 +768,18 @@ BlockDefinition* Reader::resolve(BlockDefinition* owner, const QString& identifi
                                  const QJsonObject& instance, const QJsonArray& connections)
 {
     // Local libraries from the owner outward first, then the containers being read, then the
-    // repository.
+    // repository. A fall-back block made earlier answers only for the versions it stands in for,
+    // so it never hides a library block that has the version asked for.
+    BlockDefinition* fallbackHit = nullptr;
     for (const BlockDefinition* d = owner; d;) {
         if (const BlockLibrary* local = d->existingLocalBlockLibrary()) {
-            if (const Block* block = local->block(identifier))
-                return block->blockDefinition(version);
+            if (const Block* block = local->block(identifier)) {
+                BlockDefinition* found = block->blockDefinition(version);
+                if (found && !block->isFallbackBlock())
+                    return found;
+                if (found && !fallbackHit)
+                    fallbackHit = found;
+            }
         }
         const Block* block = d->block();
         const BlockLibrary* library = block ? block->ownerLibrary() : nullptr;
@@ -767,13 +787,17 @@ BlockDefinition* Reader::resolve(BlockDefinition* owner, const QString& identifi
         d = container && container->isLocal() ? qobject_cast<const BlockDefinition*>(container->parent()) : nullptr;
     }
     for (const BlockLibraryContainer* container : std::as_const(m_containers)) {
-        if (const Block* block = container->library()->block(identifier))
-            return block->blockDefinition(version);
+        if (const Block* block = container->library()->block(identifier)) {
+            if (BlockDefinition* found = block->blockDefinition(version))
+                return found;
+        }
     }
     if (m_useRepository) {
-        if (const Block* block = BlockRepository::instance().block(identifier))
-            return block->blockDefinition(version);
+        if (BlockDefinition* found = BlockRepository::instance().blockDefinition(identifier, version))
+            return found;
     }
+    if (fallbackHit)
+        return fallbackHit;
     // Nothing found: a fall-back block stands in, with the pins that the code uses, so that the
     // instance and its connections are kept and can be saved back unchanged.
     ++m_fallbacks;

@@ -242,6 +242,22 @@ Project* Project::read(const QByteArray& json, const QString& baseDirectory, con
             DatatypeProvider::instance()->unregisterType(number);
     };
 
+    const QJsonValue groupList = root.value(QStringLiteral("groups"));
+    if (!groupList.isUndefined() && !groupList.isArray()) {
+        *error = tr("%1: \"groups\" muss eine Liste sein").arg(fileName);
+        withdrawTypes();
+        return nullptr;
+    }
+    for (int n = 0; n < groupList.toArray().size(); ++n) {
+        const QJsonObject go = groupList.toArray().at(n).toObject();
+        if (!isUInt(go.value(QStringLiteral("number"))) || !reader.validateText(go.value(QStringLiteral("name")), QStringLiteral("groups[%1].name").arg(n))) {
+            *error = reader.failed() ? reader.errorText()
+                                     : tr("%1: groups[%2]: \"number\" muss eine vorzeichenlose Zahl sein").arg(fileName).arg(n);
+            withdrawTypes();
+            return nullptr;
+        }
+    }
+
     // Libraries: inline or in files of their own beside the project.
     struct LibrarySource
     {
@@ -275,7 +291,14 @@ Project* Project::read(const QByteArray& json, const QString& baseDirectory, con
                 return nullptr;
             }
             if (source.object.value(QStringLiteral("format")).toString() != LibraryFormat) {
-                *error = tr("%1: das ist keine Bibliotheksdatei (\"format\" ist nicht \"%2\")").arg(path, LibraryFormat);
+                *error = tr("%1 (aus %2): das ist keine Bibliotheksdatei (\"format\" ist nicht \"%3\")").arg(path, fileName, LibraryFormat);
+                withdrawTypes();
+                return nullptr;
+            }
+            if (source.object.value(QStringLiteral("formatVersion")).toInt() != FormatVersion) {
+                *error = tr("%1 (aus %2): die Formatversion %3 wird nicht unterstützt")
+                             .arg(path, fileName)
+                             .arg(source.object.value(QStringLiteral("formatVersion")).toInt());
                 withdrawTypes();
                 return nullptr;
             }
@@ -336,7 +359,7 @@ Project* Project::read(const QByteArray& json, const QString& baseDirectory, con
             for (const QJsonValue& l : a.value(QStringLiteral("signalLabels")).toArray()) {
                 const QJsonObject lo = l.toObject();
                 if (!lo.value(QStringLiteral("node")).isString() || !isUInt(lo.value(QStringLiteral("instance")))
-                    || !lo.value(QStringLiteral("name")).isString()) {
+                    || !lo.value(QStringLiteral("name")).isString() || (lo.contains(QStringLiteral("id")) && !isUInt(lo.value(QStringLiteral("id"))))) {
                     reader.fail(place + QStringLiteral(".signalLabels"), tr("eine Signalmarke braucht \"node\", \"instance\" und \"name\""));
                     break;
                 }

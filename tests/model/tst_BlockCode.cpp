@@ -277,12 +277,18 @@ void tst_BlockCode::structureSignalNeverBlocked()
 {
     TestModel model;
     BlockCode* code = model.rootCode();
-    QSignalSpy spy(code, &BlockCode::structureChanged);
+    QSignalSpy added(code, &BlockCode::instanceAdded);
+    QSignalSpy removed(code, &BlockCode::instanceRemoved);
     code->blockChangeSignals(true);
     BlockInstance* a = code->createInstanceInRealtimeTask(model.block(QStringLiteral("StandardBlock_1"))->blockDefinition(0));
-    QCOMPARE(spy.count(), 1);
+    QCOMPARE(added.count(), 1);
+    QCOMPARE(added.first().first().toUInt(), a->identifier());
     // The hierarchy already knows the new instance while the scene keeps quiet.
     QVERIFY(model.area()->hierarchy()->rootNode()->instanceNode(a->identifier()));
+    const unsigned int id = a->identifier();
+    code->deleteInstance(id);
+    QCOMPARE(removed.count(), 1);
+    QCOMPARE(model.area()->hierarchy()->rootNode()->instanceNode(id), nullptr);
     code->blockChangeSignals(false);
 }
 
@@ -455,7 +461,8 @@ void tst_BlockCode::signalLabelsRoundTrip()
     SignalLabel* label = root->createSignalLabel(a->identifier(), 3, QStringLiteral("Freigabe"), 0);
     QVERIFY(label);
     label->setOffset(QPointF(0.75, -1.25));
-    const QByteArray text = code->text({a->identifier()}) + code->signalsAsText({a->identifier()});
+    const unsigned int id = a->identifier();
+    const QByteArray text = code->text({id}) + code->signalsAsText({id});
     QVERIFY(code->signalsAsText({a->identifier()}).contains("Freigabe"));
     QVERIFY(code->signalsAsText({99}).isEmpty());
     code->deleteInstance(a->identifier());
@@ -465,7 +472,7 @@ void tst_BlockCode::signalLabelsRoundTrip()
     QCOMPARE(root->signalLabels().size(), 1);
     QCOMPARE(root->signalLabels().first()->name(), QStringLiteral("Freigabe"));
     QCOMPARE(root->signalLabels().first()->offset(), QPointF(0.75, -1.25));
-    QCOMPARE(root->signalLabels(a->identifier(), 3).size(), 1);
+    QCOMPARE(root->signalLabels(id, 3).size(), 1);
 }
 
 void tst_BlockCode::exportToTextFile()

@@ -56,8 +56,9 @@ void tst_Lifetime::blockDeletedUnderInstances()
     QCOMPARE(wire->source(), nullptr);
     QCOMPARE(wire->target(), n->pin(1));
     QVERIFY(!wire->isValid(model.area()));
-    // The text form still works and names nothing.
-    QVERIFY(code->text({a->identifier()}).contains("Block=\n"));
+    // The text form still names the block it was made of, so nothing is lost on the way back.
+    QVERIFY(code->text({a->identifier()}).contains("Block=StandardBlock_1\n"));
+    QCOMPARE(a->blockIdentifier(), QStringLiteral("StandardBlock_1"));
 }
 
 void tst_Lifetime::composedBlockDeletedUnderHierarchy()

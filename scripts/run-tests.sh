@@ -8,6 +8,8 @@ bash scripts/install-deps.sh
 jobs="$(nproc)"
 export QT_QPA_PLATFORM=offscreen
 export CCACHE_DIR="${CCACHE_DIR:-$HOME/.cache/ccache}"
+# Hits across clones in other folders: paths are hashed relative to the checkout.
+export CCACHE_BASEDIR="$PWD"
 
 cmake -S . -B build-ci -G Ninja -DCMAKE_BUILD_TYPE=Debug -DZK_SANITIZE=ON -DZK_BUILD_BENCH=ON
 cmake --build build-ci -j"$jobs"

@@ -1,6 +1,7 @@
 #include "BlockInstanceArea.h"
 
 #include "AreaInfo.h"
+#include "AreaSimulator.h"
 #include "Block.h"
 #include "BlockCode.h"
 #include "BlockDefinition.h"
@@ -48,6 +49,7 @@ BlockInstanceArea::BlockInstanceArea(unsigned int firstNumber, unsigned int seco
     , m_rootInstance(nullptr)
     , m_hierarchy(nullptr)
     , m_valueSource(new BlockPinValueSource(this))
+    , m_simulator(new AreaSimulator(this))
 {
     m_rootBlock->setParent(this);
     m_rootBlock->setName(Text(1, QStringLiteral("Wurzel")));
@@ -214,8 +216,13 @@ bool BlockInstanceArea::setOnline(bool online)
     if (online == m_online)
         return true;
     m_online = online;
-    if (!online)
+    if (online) {
+        m_simulator->start();
+    } else {
+        // Going offline stops the cycle at once; nothing computed later reaches the pins.
+        m_simulator->stop();
         m_valueSource->clearValues();
+    }
     Q_EMIT onlineChanged(online);
     return true;
 }

@@ -7,6 +7,7 @@
 #include <QString>
 
 class AreaInfo;
+class AreaSimulator;
 class Block;
 class BlockDefinition;
 class BlockInstance;
@@ -55,6 +56,9 @@ public:
     // Going online needs a program; false when refused.
     bool setOnline(bool online);
 
+    // The simulated device that computes the values while the area is online.
+    AreaSimulator* simulator() const { return m_simulator; }
+
     Block* rootBlock() const { return m_rootBlock; }
     BlockDefinition* rootDefinition() const;
     BlockInstance* rootInstance() const { return m_rootInstance; }
@@ -83,4 +87,5 @@ private:
     BlockInstance* m_rootInstance;
     BlockInstanceHierarchy* m_hierarchy;
     BlockPinValueSource* m_valueSource;
+    AreaSimulator* m_simulator;
 };

@@ -20,17 +20,17 @@ void setPins(BlockDefinition* definition, const QList<PinSpec>& inputs, const QL
     QList<BlockPin> pins;
     QList<int> in, out;
     int id = 1;
-    for (const PinSpec& spec : inputs) {
-        BlockPin pin(id, BlockPinFunctionInput, spec.datatype);
-        pin.setShortName(spec.shortName);
-        pin.setName(Text(LanguageManager::German, spec.shortName));
+    for (const PinSpec& wanted : inputs) {
+        BlockPin pin(id, BlockPinFunctionInput, wanted.datatype);
+        pin.setShortName(wanted.shortName);
+        pin.setName(Text(LanguageManager::German, wanted.shortName));
         pins.append(pin);
         in.append(id++);
     }
-    for (const PinSpec& spec : outputs) {
-        BlockPin pin(id, BlockPinFunctionOutput, spec.datatype);
-        pin.setShortName(spec.shortName);
-        pin.setName(Text(LanguageManager::German, spec.shortName));
+    for (const PinSpec& wanted : outputs) {
+        BlockPin pin(id, BlockPinFunctionOutput, wanted.datatype);
+        pin.setShortName(wanted.shortName);
+        pin.setName(Text(LanguageManager::German, wanted.shortName));
         pins.append(pin);
         out.append(id++);
     }

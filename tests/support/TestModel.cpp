@@ -7,6 +7,7 @@
 #include "BlockLibrary.h"
 #include "BlockLibraryContainer.h"
 #include "BlockLibraryFile.h"
+#include "BlockPin.h"
 #include "BlockRepository.h"
 #include "LanguageManager.h"
 #include "ModelBuilder.h"
@@ -55,8 +56,11 @@ TestModel::TestModel()
     ModelBuilder::place(inner, ModelBuilder::newest(andBlock), QPointF(5, 5));
     ModelBuilder::primitive(lib, QStringLiteral("ToolBlock_8000008"), QStringLiteral("Konstante"), {},
                             {{QStringLiteral("K"), A}}, QStringLiteral("constant"), 1);
-    ModelBuilder::primitive(lib, QStringLiteral("MagicBlock_300005"), QStringLiteral("Parameter lesen"), {},
-                            {{QStringLiteral("W"), D}}, QStringLiteral("parameterRead"));
+    Block* read = ModelBuilder::primitive(lib, QStringLiteral("MagicBlock_300005"), QStringLiteral("Parameter lesen"),
+                                          {{QStringLiteral("FREI"), B}}, {{QStringLiteral("W"), D}}, QStringLiteral("parameterRead"));
+    BlockPin enable = *read->blockDefinition(0)->pin(1);
+    enable.setDefaultInitialValue(QStringLiteral("TRUE"));
+    read->blockDefinition(0)->setPin(enable);
     ModelBuilder::primitive(lib, QStringLiteral("MagicBlock_300006"), QStringLiteral("Parameter schreiben"),
                             {{QStringLiteral("W"), D}}, {}, QStringLiteral("parameterWrite"));
     m_project->setGroupName(1, Text(LanguageManager::German, QStringLiteral("Logik")));

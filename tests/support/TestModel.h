@@ -28,7 +28,7 @@ public:
 
     // StandardBlock_1 AND (1,2 -> 3), StandardBlock_2 OR, StandardBlock_3 NOT (1 -> 2),
     // StandardBlock_10 ADD (DINT 1,2 -> 3), StandardBlock_20 composite "Regler" (1 -> 2) whose
-    // code holds an AND, ToolBlock_8000008 constant, MagicBlock_300005, MagicBlock_300006.
+    // code holds an AND, ToolBlock_8000008 constant, MagicBlock_300005 (enable 1 -> value 2), MagicBlock_300006 (value 1).
     Block* block(const QString& identifier) const;
 
     // Loads a project from JSON text and activates it in place of this one; null on error.

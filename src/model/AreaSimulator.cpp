@@ -214,6 +214,14 @@ void AreaSimulator::compile()
     BlockInstanceHierarchy* hierarchy = m_area->hierarchy();
     if (hierarchy && hierarchy->rootNode())
         compileCode(hierarchy->rootNode(), {}, nullptr, 0);
+    DatatypeProvider* types = DatatypeProvider::instance();
+    for (Op& op : m_ops) {
+        op.outputTypeObjects.clear();
+        for (uchar type : std::as_const(op.outputTypes)) {
+            const SimpleType* t = types->simpleType(type);
+            op.outputTypeObjects.append(t && !t->isVariant() ? t : nullptr);
+        }
+    }
     for (auto it = m_pathSlots.constBegin(); it != m_pathSlots.constEnd(); ++it) {
         auto old = previous.constFind(it.key());
         if (old != previous.constEnd())
@@ -557,9 +565,8 @@ void AreaSimulator::execute(Op& op)
         // An unknown function keeps its outputs as they are.
         return;
     }
-    DatatypeProvider* types = DatatypeProvider::instance();
     for (int j = 0; j < outputs && j < 4; ++j) {
-        const SimpleType* type = types->simpleType(op.outputTypes.at(j));
+        const SimpleType* type = op.outputTypeObjects.value(j);
         const double value = type ? type->coerce(out[j]) : out[j];
         m_values[op.outputs.at(j)] = value;
         if (const int inverted = op.outputsInverted.value(j, -1); inverted >= 0)

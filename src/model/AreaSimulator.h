@@ -15,6 +15,7 @@ class BlockInstanceArea;
 class BlockInstanceHierarchyNode;
 class BlockPinInstance;
 class QTimer;
+class SimpleType;
 
 // The simulated device of an area. While the area is online it runs a cycle every 100 ms: the
 // area's program, compiled into a flat list of operations over numbered value slots, is evaluated
@@ -63,6 +64,7 @@ private:
         QVector<int> outputs;       // raw result per output
         QVector<int> outputsInverted; // -1, or the slot of the inverted signal
         QVector<uchar> outputTypes;
+        QVector<const SimpleType*> outputTypeObjects; // resolved once per compile, not per cycle
         int state = -1;
         QString parameter;          // magic blocks: the parameter's name in the area
         QString key;                // the block's location path, to keep its state over a recompile

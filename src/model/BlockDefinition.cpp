@@ -17,8 +17,12 @@
 #include "SimpleType.h"
 #include "System.h"
 
+#include <QBuffer>
 #include <QCoreApplication>
+#include <QImage>
 #include <QJsonObject>
+#include <QPainter>
+#include <QSvgRenderer>
 
 BlockDefinition::BlockDefinition(Block* block, unsigned int version)
     : QObject(block)
@@ -134,7 +138,31 @@ void BlockDefinition::setSmallListImage(const QByteArray& bytes)
     if (bytes == m_smallListImage)
         return;
     m_smallListImage = bytes;
+    m_renderedIcon.clear();
     notifyChanged();
+}
+
+QByteArray BlockDefinition::smallListImage() const
+{
+    const QByteArray head = m_smallListImage.left(256).trimmed();
+    const bool svg = head.startsWith("<svg") || (head.startsWith("<?xml") && head.contains("<svg"));
+    if (!svg)
+        return m_smallListImage;
+    if (m_renderedIcon.isEmpty()) {
+        QSvgRenderer renderer(m_smallListImage);
+        if (!renderer.isValid())
+            return m_smallListImage; // undecodable: callers show their default icon
+        QImage image(SmallIconSize, SmallIconSize, QImage::Format_ARGB32_Premultiplied);
+        image.fill(Qt::transparent);
+        QPainter painter(&image);
+        painter.setRenderHint(QPainter::Antialiasing);
+        renderer.render(&painter);
+        painter.end();
+        QBuffer buffer(&m_renderedIcon);
+        buffer.open(QIODevice::WriteOnly);
+        image.save(&buffer, "PNG");
+    }
+    return m_renderedIcon;
 }
 
 QString BlockDefinition::toolTipText() const

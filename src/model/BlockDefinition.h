@@ -56,7 +56,11 @@ public:
     // Copies content and properties, whatever block the other belongs to; keeps the own version.
     void cloneFrom(const BlockDefinition* other);
 
-    QByteArray smallListImage() const { return m_smallListImage; }
+    // PNG bytes of the list icon. An icon kept as SVG is drawn once at SmallIconSize and cached.
+    QByteArray smallListImage() const;
+    static constexpr int SmallIconSize = 24;
+    // The icon as stored: PNG or SVG bytes, or empty.
+    QByteArray smallListImageSource() const { return m_smallListImage; }
     void setSmallListImage(const QByteArray& bytes);
     QString toolTipText() const;
 
@@ -139,6 +143,7 @@ private:
     bool m_parameterDefinitionBlock = false;
     eRuntimeMembership m_runtimeMembership = RuntimeMembershipAny;
     QByteArray m_smallListImage;
+    mutable QByteArray m_renderedIcon;
     BlockCode* m_code = nullptr;
     mutable BlockLibraryContainer* m_localContainer = nullptr;
     QMap<unsigned int, ParameterDefinition*> m_parameters;

@@ -208,7 +208,7 @@ QJsonObject definitionToJson(const BlockDefinition* d)
     symbol.insert(QStringLiteral("size"), s->hasOwnSize() ? sizeToJson(s->size()) : QJsonValue(QJsonValue::Null));
     symbol.insert(QStringLiteral("image"), QString::fromLatin1(s->image().toBase64()));
     o.insert(QStringLiteral("symbol"), symbol);
-    o.insert(QStringLiteral("icon"), QString::fromLatin1(d->smallListImage().toBase64()));
+    o.insert(QStringLiteral("icon"), QString::fromLatin1(d->smallListImageSource().toBase64()));
     QJsonArray parameters;
     for (unsigned int index : d->parameterIdentifiers(-1)) {
         ParameterDefinition* parameter = d->parameterDefinition(-1, index);
@@ -693,6 +693,7 @@ void Reader::readDefinitionData(BlockDefinition* d, const QJsonObject& o)
     symbol.setImage(QByteArray::fromBase64(s.value(QStringLiteral("image")).toString().toLatin1()));
     d->m_symbol = symbol;
     d->m_smallListImage = QByteArray::fromBase64(o.value(QStringLiteral("icon")).toString().toLatin1());
+    d->m_renderedIcon.clear();
     qDeleteAll(d->m_parameters);
     d->m_parameters.clear();
     for (const QJsonValue& v : o.value(QStringLiteral("parameters")).toArray()) {

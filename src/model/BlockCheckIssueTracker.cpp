@@ -127,7 +127,7 @@ void BlockCheckIssueTracker::checkCode(const BlockCode* code, const BlockInstanc
         }
         const bool ordinary = instance->blockType() != BlockTypeText;
         if (ordinary && definition && definition->runtimeMembership() != RuntimeMembershipNone
-            && instance->blockType() != BlockTypePin && !definition->hasCode()
+            && instance->blockType() != BlockTypePin
             && code->realtime(instance->identifier()) == 0 && code->background(instance->identifier()) == 0) {
             add(instance, CheckRuntimeOrder, 0, tr("Der Baustein steht in keiner Laufzeitreihenfolge und wird nie berechnet."),
                 BlockCheckIssue::Warning);

@@ -470,14 +470,16 @@ Project* Project::read(const QByteArray& json, const QString& baseDirectory, con
     }
     if (droppedLabels > 0) {
         // Not fatal: a label whose pin is gone has nothing to show. Say so, since saving drops it.
-        System::addInformationMessage(tr("Projekt"), tr("%1: %2 Signalmarken ohne Anschluss wurden nicht übernommen.")
-                                                         .arg(fileName)
-                                                         .arg(droppedLabels));
+        const QString text = droppedLabels == 1
+            ? tr("%1: eine Signalmarke ohne Anschluss wurde nicht übernommen.").arg(fileName)
+            : tr("%1: %2 Signalmarken ohne Anschluss wurden nicht übernommen.").arg(fileName).arg(droppedLabels);
+        System::addInformationMessage(tr("Projekt"), text);
     }
     if (builder.fallbackCount() > 0) {
-        System::addInformationMessage(tr("Projekt"), tr("%1: %2 Bausteine sind unbekannt und durch Ersatzbausteine vertreten.")
-                                                         .arg(fileName)
-                                                         .arg(builder.fallbackCount()));
+        const QString text = builder.fallbackCount() == 1
+            ? tr("%1: ein Baustein ist unbekannt und durch einen Ersatzbaustein vertreten.").arg(fileName)
+            : tr("%1: %2 Bausteine sind unbekannt und durch Ersatzbausteine vertreten.").arg(fileName).arg(builder.fallbackCount());
+        System::addInformationMessage(tr("Projekt"), text);
     }
     // The types were needed for reading only; activate() makes them the process's types.
     withdrawTypes();

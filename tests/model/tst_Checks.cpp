@@ -69,6 +69,7 @@ private Q_SLOTS:
     void unconnectedInputWithoutInitialValue();
     void typeMismatch();
     void outsideRuntimeOrder();
+    void compositeOutsideRuntimeOrder();
     void fallbackBlock();
     void duplicateSignalLabel();
     void danglingConnection();
@@ -132,6 +133,19 @@ void tst_Checks::outsideRuntimeOrder()
     QCOMPARE(checksOf(run(tracker, false)), QList<unsigned int>{BlockCheckIssueTracker::CheckRuntimeOrder});
     model.rootCode()->setBackground(n->identifier(), 1);
     QVERIFY(run(tracker, false).isEmpty());
+}
+
+void tst_Checks::compositeOutsideRuntimeOrder()
+{
+    TestModel model;
+    BlockInstance* regler = ModelBuilder::place(model.rootCode(), model.block(QStringLiteral("StandardBlock_20"))->blockDefinition(0), {});
+    regler->pin(1)->setInitialValue(QStringLiteral("TRUE"));
+    BlockCheckIssueTracker tracker(nullptr);
+    tracker.setRoot(model.area()->rootDefinition(), model.area()->hierarchy()->rootNode());
+    QVERIFY(run(tracker, false).isEmpty());
+    // Its code runs only in its place in the order: out of it, nothing inside is computed.
+    model.rootCode()->setRealtime(regler->identifier(), 0);
+    QCOMPARE(checksOf(run(tracker, false)), QList<unsigned int>{BlockCheckIssueTracker::CheckRuntimeOrder});
 }
 
 void tst_Checks::fallbackBlock()

@@ -308,7 +308,9 @@ bool editSignalLabel(SignalLabel* label)
     QPointer<SignalLabel> guard(label);
     Frame f(tr("Signalmarke"), QStringLiteral("signalLabelDialog"), false);
     QLineEdit* name = lineEdit(&f.dialog, QStringLiteral("nameEdit"), label->name(), false);
-    name->setValidator(new QRegularExpressionValidator(QRegularExpression(QStringLiteral("^[^\\s;]{1,64}$")), name));
+    // Names may hold blanks (new labels are proposed as "Signalname 1"), but no separators of the
+    // text forms and no line breaks, and not only blanks.
+    name->setValidator(new QRegularExpressionValidator(QRegularExpression(QStringLiteral("^(?=.*\\S)[^;\\r\\n]{1,64}$")), name));
     f.form->addRow(tr("Name:"), name);
     f.form->addRow(tr("Anschluss:"), new QLabel(label->pinPath(), &f.dialog));
     f.form->addRow(tr("Wert:"), new QLabel(label->currentValue().isEmpty() ? tr("(offline)") : label->currentValue(), &f.dialog));

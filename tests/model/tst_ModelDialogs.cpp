@@ -252,10 +252,15 @@ void tst_ModelDialogs::signalLabelDialog()
     BlockInstance* instance = ModelBuilder::place(model.rootCode(), model.block(QStringLiteral("StandardBlock_1"))->blockDefinition(0), {});
     SignalLabel* label = model.area()->hierarchy()->rootNode()->createSignalLabel(instance->identifier(), 3, QStringLiteral("Alt"), 0);
     bool blankRefused = false;
+    bool blanksInsideAccepted = false;
     auto answered = answerNextModal([&](QDialog* d) {
         QLineEdit* name = child<QLineEdit>(d, "nameEdit");
-        name->setText(QStringLiteral("mit Leerzeichen"));
-        blankRefused = !d->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok)->isEnabled();
+        name->setText(QStringLiteral("mit;Trenner"));
+        const bool separatorRefused = !d->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok)->isEnabled();
+        name->setText(QStringLiteral("   "));
+        blankRefused = separatorRefused && !d->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok)->isEnabled();
+        name->setText(QStringLiteral("Signalname 2"));
+        blanksInsideAccepted = d->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok)->isEnabled();
         name->setText(QStringLiteral("Neu"));
         press(d, QDialogButtonBox::Ok);
     });
@@ -263,6 +268,7 @@ void tst_ModelDialogs::signalLabelDialog()
     QVERIFY(label->showPropertiesView());
     QVERIFY(*answered);
     QVERIFY(blankRefused);
+    QVERIFY(blanksInsideAccepted);
     QCOMPARE(label->name(), QStringLiteral("Neu"));
     QCOMPARE(spy.count(), 1);
     answered = answerNextModal([](QDialog* d) {

@@ -1,0 +1,74 @@
+#pragma once
+
+#include "zkblockview_export.h"
+
+#include <QFont>
+#include <QGraphicsRectItem>
+#include <QList>
+#include <QObject>
+#include <QPointF>
+#include <QString>
+
+#include <memory>
+
+class BlockCodeScene;
+class BlockInstance;
+class BlockItemPrivate;
+class BlockPinItem;
+class QGraphicsSceneMouseEvent;
+class QMenu;
+class QPainter;
+class QStyleOptionGraphicsItem;
+class QWidget;
+
+// One block instance drawn as a rectangle with its texts, symbol image and pin items. The item may
+// outlive its instance (the model deletes at will): it then draws as a plain rectangle and offers
+// no actions.
+class ZK_VIEW_EXPORT BlockItem : public QObject, public QGraphicsRectItem
+{
+    Q_OBJECT
+public:
+    // The pin that switches a block on and off; shown only when asked for, connected or inverted.
+    static constexpr int EnablePinIdentifier = -1;
+
+    BlockItem(BlockCodeScene* pScene, BlockInstance* pInstance);
+    ~BlockItem() override;
+
+    // The font of the whole diagram, in scene units; pins and signal labels use it too.
+    static QFont diagramFont();
+
+    virtual void updateFromInstance();
+    virtual void addContextMenuActions(QMenu* pMenu);
+    virtual bool isStepInAllowed() const;
+    virtual bool isEnablePinVisible() const;
+    virtual bool isEnablePinForced() const;
+    virtual bool hasEnablePin() const;
+
+    BlockCodeScene* codeScene() const;
+    BlockInstance* blockInstance() const;
+    unsigned int identifier() const;
+    BlockPinItem* pinItem(int pinIdentifier) const;
+    QList<BlockPinItem*> pinItems() const;
+    QPointF pinPosition(int pinIdentifier) const;
+    void updatePins();
+    QString runtimePositionText() const;
+    QFont font() const;
+
+    void paint(QPainter* painter, const QStyleOptionGraphicsItem* option, QWidget* widget = nullptr) override;
+
+public Q_SLOTS:
+    void editModeChanged(bool value);
+    void forceEnablePinVisible(bool value);
+    void showPropertiesView();
+    void showRuntimePositionView();
+    void onRedrawRequired();
+
+protected:
+    void mousePressEvent(QGraphicsSceneMouseEvent* event) override;
+    void mouseDoubleClickEvent(QGraphicsSceneMouseEvent* event) override;
+    QVariant itemChange(GraphicsItemChange change, const QVariant& value) override;
+
+private:
+    friend class BlockItemPrivate;
+    std::unique_ptr<BlockItemPrivate> d;
+};

@@ -277,6 +277,7 @@ void AreaSimulator::compileCode(BlockInstanceHierarchyNode* node, const QHash<in
         const int number = instance->parameterList(m_area).toStringList().value(0).toInt();
         if (!enclosingOutputs || !enclosingOutputs->contains(number))
             continue;
+        BlockInstanceHierarchyNode* pinNode = node->instanceNode(instance->identifier());
         for (BlockPinInstance* pin : instance->pins()) {
             if (pin->function() != BlockPinFunctionInput)
                 continue;
@@ -287,6 +288,12 @@ void AreaSimulator::compileCode(BlockInstanceHierarchyNode* node, const QHash<in
             op.outputs.append(enclosingOutputs->value(number));
             op.outputsInverted.append(-1);
             op.outputTypes.append(m_types.value(enclosingOutputs->value(number)));
+            // The pin block's own pin shows the value it hands out, like every other pin.
+            if (pinNode) {
+                op.outputs.append(slotFor(pinNode->pinLocationPath(pin->identifier()), pin->datatype(m_area), 0));
+                op.outputsInverted.append(-1);
+                op.outputTypes.append(m_types.value(enclosingOutputs->value(number)));
+            }
             m_ops.append(op);
         }
     }
@@ -445,7 +452,7 @@ void AreaSimulator::execute(Op& op)
         return acc;
     };
     switch (op.function) {
-    case FnCopy: out[0] = in[0]; break;
+    case FnCopy: out[0] = out[1] = in[0]; break;
     case FnAnd: out[0] = all([](double a, double b) { return double(truth(a) && truth(b)); }, 1); break;
     case FnOr: out[0] = all([](double a, double b) { return double(truth(a) || truth(b)); }, 0); break;
     case FnXor: out[0] = all([](double a, double b) { return double(truth(a) != truth(b)); }, 0); break;

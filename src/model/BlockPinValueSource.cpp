@@ -24,8 +24,12 @@ void BlockPinValueSource::setObserved(const QString& locationPath, bool observed
 {
     int& count = m_observers[locationPath];
     count += observed ? 1 : -1;
-    if (count <= 0)
+    if (observed)
+        m_newlyObserved.insert(locationPath);
+    if (count <= 0) {
         m_observers.remove(locationPath);
+        m_newlyObserved.remove(locationPath);
+    }
 }
 
 QList<QString> BlockPinValueSource::observedPaths() const
@@ -37,8 +41,9 @@ QList<QString> BlockPinValueSource::observedPaths() const
 
 void BlockPinValueSource::publishValue(const QString& locationPath, const QString& value)
 {
+    const bool fresh = m_newlyObserved.remove(locationPath);
     auto it = m_values.find(locationPath);
-    if (it != m_values.end() && *it == value)
+    if (it != m_values.end() && *it == value && !fresh)
         return;
     m_values.insert(locationPath, value);
     if (m_observers.value(locationPath) > 0)

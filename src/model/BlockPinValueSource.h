@@ -5,6 +5,7 @@
 #include <QHash>
 #include <QList>
 #include <QObject>
+#include <QSet>
 #include <QString>
 
 // Current values of the pins of an online area, addressed by pin location path.
@@ -25,7 +26,8 @@ public:
     QList<QString> observedPaths() const;
 
     QString currentValue(const QString& locationPath) const { return m_values.value(locationPath); }
-    // Stores a value; an observed path is reported only when its text changed.
+    // Stores a value; an observed path is reported when its text changed, and once after it has
+    // come under observation, so that a new observer learns a value that no longer changes.
     void publishValue(const QString& locationPath, const QString& value);
     // Forgets all values (going offline): observers get an empty text once.
     void clearValues();
@@ -37,4 +39,5 @@ private:
     QHash<QString, unsigned int> m_addresses;
     QHash<QString, int> m_observers;
     QHash<QString, QString> m_values;
+    QSet<QString> m_newlyObserved;
 };

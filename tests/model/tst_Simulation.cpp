@@ -84,6 +84,7 @@ private Q_SLOTS:
     void cycleRunsOnItsTimer();
     void parametersThroughMagicBlocks();
     void programChangeWhileOnline();
+    void observerArrivingLateLearnsSettledValue();
 };
 
 void tst_Simulation::stateless_data()
@@ -322,6 +323,9 @@ void tst_Simulation::nestedDefinitionWithPinBlocks()
     double inside = -1;
     QVERIFY(model.area()->simulator()->value(QStringLiteral("A1:0.%1.%2p2").arg(outer->identifier()).arg(notBlock->identifier()), &inside));
     QCOMPARE(inside, 1.0);
+    // The output pin block shows what it hands out.
+    QVERIFY(model.area()->simulator()->value(QStringLiteral("A1:0.%1.%2p1").arg(outer->identifier()).arg(pinZ->identifier()), &inside));
+    QCOMPARE(inside, 1.0);
     outer->pin(1)->setInitialValue(QStringLiteral("TRUE"));
     model.area()->simulator()->runCycle();
     QCOMPARE(valueOf(model, outer, 3), 0.0);
@@ -511,6 +515,25 @@ void tst_Simulation::programChangeWhileOnline()
     model.area()->simulator()->runCycle();
     QCOMPARE(model.area()->simulator()->operationCount(), 1);
     QCOMPARE(valueOf(model, n, 2), 1.0);
+    model.area()->setOnline(false);
+}
+
+void tst_Simulation::observerArrivingLateLearnsSettledValue()
+{
+    TestModel model;
+    BlockInstance* a = single(model, QStringLiteral("and"), {B, B}, {B}, {QStringLiteral("TRUE"), QStringLiteral("TRUE")});
+    model.area()->setOnline(true);
+    model.area()->simulator()->runCycle();
+    // The value settled before anyone looked: a pin switched to values now must still get it.
+    BlockPinValueSource* source = model.area()->pinValueSource();
+    QSignalSpy spy(source, &BlockPinValueSource::blockPinCurrentValueChanged);
+    source->setObserved(pinPath(model, a, 3), true);
+    model.area()->simulator()->runCycle();
+    QCOMPARE(spy.count(), 1);
+    QCOMPARE(spy.first().at(1).toString(), QStringLiteral("TRUE"));
+    model.area()->simulator()->runCycle();
+    QCOMPARE(spy.count(), 1);
+    source->setObserved(pinPath(model, a, 3), false);
     model.area()->setOnline(false);
 }
 

@@ -14,7 +14,11 @@
 #include "ConnectionItem.h"
 #include "ConnectionNodeItem.h"
 #include "Locator.h"
+#include "MagicBlockItem.h"
+#include "ModelEnums.h"
+#include "PinBlockItem.h"
 #include "SignalLabelItem.h"
+#include "TextBlockItem.h"
 
 #include <QClipboard>
 #include <QGraphicsRectItem>
@@ -160,9 +164,20 @@ void BlockCodeScene::rebuild()
         }
         if (existing && !d->pendingDeleteItems.contains(existing))
             d->pendingDeleteItems.append(existing);
-        // Text, pin and magic blocks (types 1, 2 and 3) have items of their own kind that draw
-        // them; until those exist they show as ordinary blocks.
-        new BlockItem(this, instance);
+        switch (instance->blockType()) {
+        case BlockTypeText:
+            new TextBlockItem(this, instance);
+            break;
+        case BlockTypePin:
+            new PinBlockItem(this, instance);
+            break;
+        case BlockTypeMagic:
+            new MagicBlockItem(this, instance);
+            break;
+        default:
+            new BlockItem(this, instance);
+            break;
+        }
     }
 
     // A replaced item may be the one under the mouse of an inactive view, in the middle of its own

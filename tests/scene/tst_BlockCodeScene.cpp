@@ -12,11 +12,14 @@
 #include "BlockPinItem.h"
 #include "ConnectionItem.h"
 #include "ConnectionNodeItem.h"
+#include "MagicBlockItem.h"
 #include "ModalAnswer.h"
 #include "ModelBuilder.h"
+#include "PinBlockItem.h"
 #include "SceneTestSupport.h"
 #include "TestModel.h"
 #include "TestRegistry.h"
+#include "TextBlockItem.h"
 
 #include <QClipboard>
 #include <QDialog>
@@ -113,6 +116,8 @@ private Q_SLOTS:
     void deletingSceneWithPendingItems();
     void unknownBlockTypeGivesPlainItem_data();
     void unknownBlockTypeGivesPlainItem();
+    void specialBlockTypeGivesItsOwnItem_data();
+    void specialBlockTypeGivesItsOwnItem();
     void lookUpsByIdentifierAndInstance();
     void lookUpsAtPoint();
     void frontMostItemWins();
@@ -335,6 +340,34 @@ void tst_BlockCodeScene::unknownBlockTypeGivesPlainItem()
     BlockItem* item = scene.blockItemOf(instance);
     QVERIFY(item);
     QCOMPARE(typeid(*item).name(), typeid(BlockItem).name());
+}
+
+void tst_BlockCodeScene::specialBlockTypeGivesItsOwnItem_data()
+{
+    QTest::addColumn<int>("blockType");
+    QTest::addColumn<QByteArray>("itemClass");
+    QTest::newRow("1 text") << 1 << QByteArray(typeid(TextBlockItem).name());
+    QTest::newRow("2 pin") << 2 << QByteArray(typeid(PinBlockItem).name());
+    QTest::newRow("3 magic") << 3 << QByteArray(typeid(MagicBlockItem).name());
+}
+
+void tst_BlockCodeScene::specialBlockTypeGivesItsOwnItem()
+{
+    QFETCH(int, blockType);
+    QFETCH(QByteArray, itemClass);
+    TestModel model;
+    BlockDefinition* definition = definitionOf(model, QStringLiteral("StandardBlock_3"));
+    definition->setBlockType(blockType);
+    BlockInstance* instance = ModelBuilder::place(model.rootCode(), definition, QPointF(1, 1));
+    QCOMPARE(instance->blockType(), blockType);
+    TestCodeScene scene(model.rootCode());
+    BlockItem* item = scene.blockItemOf(instance);
+    QVERIFY(item);
+    QCOMPARE(QByteArray(typeid(*item).name()), itemClass);
+    // An update keeps the item of its kind.
+    instance->setPosition(QPointF(5, 6));
+    QCOMPARE(scene.blockItemOf(instance), item);
+    QCOMPARE(item->pos(), QPointF(5000, 6000));
 }
 
 void tst_BlockCodeScene::lookUpsByIdentifierAndInstance()

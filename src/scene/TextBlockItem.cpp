@@ -1,0 +1,145 @@
+#include "TextBlockItem.h"
+
+#include "BlockCodeScene.h"
+#include "BlockDefinition.h"
+#include "BlockInstance.h"
+#include "BlockSymbol.h"
+#include "BlockTextLayout.h"
+#include "System.h"
+
+#include <QColor>
+#include <QFontMetrics>
+#include <QPainter>
+#include <QPen>
+#include <QPointer>
+#include <QStyle>
+#include <QStyleOptionGraphicsItem>
+#include <QTextOption>
+
+namespace {
+
+// The box stands this far inside the item at top and bottom, as a plain block's body does.
+constexpr qreal BodyInset = 50.0;
+constexpr qreal TextMargin = 50.0;
+// Room on the right for the version text at the top right.
+constexpr qreal VersionWidthMargin = 600.0;
+constexpr qreal PlainWidthMargin = 100.0;
+
+} // namespace
+
+class TextBlockItemPrivate
+{
+public:
+    TextBlockItemPrivate(TextBlockItem* item, BlockInstance* pInstance)
+        : instance(pInstance)
+        , q(item)
+    {
+    }
+
+    QString text;
+    QString runtimeText;
+    QPointer<BlockInstance> instance;
+    TextBlockItem* q;
+};
+
+TextBlockItem::TextBlockItem(BlockCodeScene* pScene, BlockInstance* pInstance)
+    : BlockItem(pScene, pInstance)
+    , d(std::make_unique<TextBlockItemPrivate>(this, pInstance))
+{
+    updateFromInstance();
+}
+
+TextBlockItem::~TextBlockItem() = default;
+
+void TextBlockItem::updateFromInstance()
+{
+    BlockInstance* instance = d->instance.data();
+    if (!instance) {
+        updatePins();
+        return;
+    }
+    const BlockTextLayout layout(instance, codeScene()->sceneArea(), font());
+    d->text = layout.text();
+    const QSizeF minimum = instance->symbol()->size() * BlockCodeScene::ModelUnit;
+    const QSizeF size =
+        layout.fittedSize(instance->isVersionVisible() ? VersionWidthMargin : PlainWidthMargin, minimum);
+    setRect(0, 0, size.width(), size.height());
+    setPos(instance->position() * BlockCodeScene::ModelUnit);
+
+    d->runtimeText = BlockTextLayout::runtimeText(instance);
+
+    BlockDefinition* definition = instance->blockDefinition();
+    QString toolTip = definition ? definition->toolTipText() : QString();
+    const QString note = instance->note();
+    if (!note.isEmpty())
+        toolTip += QStringLiteral("<hr>") + note;
+    setToolTip(toolTip);
+
+    updatePins();
+}
+
+bool TextBlockItem::hasEnablePin() const
+{
+    return !d->runtimeText.isEmpty();
+}
+
+void TextBlockItem::setEnablePinForced(bool value)
+{
+    forceEnablePinVisible(value);
+}
+
+void TextBlockItem::paint(QPainter* painter, const QStyleOptionGraphicsItem* option, QWidget* widget)
+{
+    BlockInstance* instance = d->instance.data();
+    if (!instance) {
+        BlockItem::paint(painter, option, widget);
+        return;
+    }
+    const qreal lod = option->levelOfDetailFromTransform(painter->worldTransform());
+    painter->save();
+    painter->setRenderHint(QPainter::Antialiasing, false);
+    painter->setRenderHint(QPainter::TextAntialiasing, true);
+
+    QColor background = Qt::white;
+    if (option->state & QStyle::State_Selected)
+        background = background.darker(120);
+    const QColor foreground = Qt::black;
+
+    const QRectF box = rect().adjusted(0, BodyInset, 0, -BodyInset);
+    QPen outline(foreground, 0);
+    outline.setCosmetic(true);
+    painter->setBrush(QBrush(background, Qt::SolidPattern));
+    painter->setPen(outline);
+    painter->drawRect(box);
+
+    if (lod < BlockCodeScene::DetailThreshold) {
+        painter->restore();
+        return;
+    }
+
+    const QFont diagram = font();
+    painter->setFont(diagram);
+    painter->setPen(QPen(foreground));
+    painter->setBrush(Qt::NoBrush);
+    const QFontMetrics metrics(diagram, painter->device());
+
+    painter->drawText(box.adjusted(TextMargin, TextMargin, -TextMargin, -TextMargin), d->text, QTextOption());
+
+    // Only a single-line box has room for the number beside its text.
+    if (System::instance().userAccessLevelCode() >= 5 && !d->text.contains(QLatin1Char('\n'))) {
+        painter->drawText(QPointF(box.left() + TextMargin, box.bottom() - 80),
+                          instance->numberText() + QStringLiteral(" (%1)").arg(identifier()));
+    }
+
+    painter->drawText(
+        QPointF(box.right() - TextMargin - metrics.boundingRect(d->runtimeText).width(), box.bottom() - 80),
+        d->runtimeText);
+
+    if (instance->isVersionVisible()) {
+        const QString version = QStringLiteral("V") + QString::number(instance->version());
+        painter->drawText(QPointF(box.right() - TextMargin - metrics.boundingRect(version).width(),
+                                  box.top() + 20 + metrics.ascent()),
+                          version);
+    }
+    painter->restore();
+}

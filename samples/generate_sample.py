@@ -164,6 +164,8 @@ def pin(pid, function, datatype, short, de, en=None, desc=None, initial=""):
 # Pin layout of every definition, so that wires can be drawn to where the pins are:
 # (identifier, version) -> (width, {pin: (side, row)}).
 SHAPES = {}
+ENABLE_PIN = -1
+STUB = 3  # a pin's stub runs this far out of the block; wires meet it at its far end
 
 
 def definition(pins, function="", description=None, code=None, version=0, runtime=0, btype=0,
@@ -182,25 +184,73 @@ def definition(pins, function="", description=None, code=None, version=0, runtim
     return d
 
 
+TITLE_CHAR = 0.2  # model units a character of the block title takes, near enough
+
+
 def block(identifier, de, en, short, group, definitions, user=False, version_visible=False):
     for d in definitions:
+        # The title is the block's name; a symbol too narrow for it would push it into the labels
+        # of the output pins.
+        size = d["symbol"]["defaultSize"]
+        size[0] = max(size[0], math.ceil(len(de) * TITLE_CHAR + 0.2))
         shape = {}
-        for row, pid in enumerate(d["symbol"]["inputs"]):
+        inputs, outputs = d["symbol"]["inputs"], d["symbol"]["outputs"]
+        for row, pid in enumerate(inputs):
             shape[pid] = ("in", row)
-        for row, pid in enumerate(d["symbol"]["outputs"]):
-            shape[pid] = ("out", row)
+        # The enable pin owns the top row, so the outputs never face it.
+        first = 1 if ENABLE_PIN in inputs else 0
+        for row, pid in enumerate(outputs):
+            shape[pid] = ("out", row + first)
         SHAPES[(identifier, d["version"])] = (d["symbol"]["defaultSize"][0], shape)
     return {"identifier": identifier, "name": text(de, en), "shortName": short, "group": group,
             "user": user, "fallback": False, "versionVisible": version_visible, "definitions": definitions}
 
 
-class Code:
-    """The code of one definition, laid out on the model raster: a block at (x, y) has its inputs
-    at x and its outputs at x + width, the first pin row at y + 1."""
+def snap(value):
+    return round(value * 2) / 2
 
-    def __init__(self):
+
+def num(value):
+    """Whole numbers stay integers in the files, so that unchanged positions read as before."""
+    return int(value) if float(value).is_integer() else value
+
+
+class Code:
+    """The code of one definition. Layouts are written on a compact grid: columns 8 apart, a block 4
+    wide, the vertical runs of its wires in the 4 units before the next column, pin rows on whole
+    numbers. Drawn that way, pin stubs and their labels would run into each other, so the grid is
+    spread when placed: each column moves to its entry in `columns` (16 apart unless told), a lane
+    in a gap is spread over the room left between the stub ends, and a row y of the grid becomes
+    y - 0.5, where the pin really sits."""
+
+    def __init__(self, columns=None, grid_widths=None):
         self.instances, self.connections, self.next, self.rt = [], [], 1, 0
         self.where = {}
+        self.columns = dict(columns or {2 + 8 * k: 2 + 16 * k for k in range(10)})
+        self.grid_widths = dict(grid_widths or {})  # columns whose blocks the grid draws wider than 4
+        self.widths = {}
+
+    def _column(self, x):
+        starts = sorted(self.columns)
+        below = [c for c in starts if c <= x]
+        if not below:
+            raise ValueError("x = %s lies left of the first column" % x)
+        return below[-1], next((c for c in starts if c > x), None)
+
+    def spread_x(self, x):
+        """Where grid x lands: a column start or a point in a block keeps its distance to the
+        column start; a lane between columns keeps its share of the room between the stubs."""
+        start, following = self._column(x)
+        new_start = self.columns[start]
+        grid_width = self.grid_widths.get(start, 4)
+        offset = x - start
+        if offset <= grid_width:
+            return new_start + offset
+        old_gap_end = following if following is not None else start + 8
+        new_gap_end = self.columns[following] if following is not None else new_start + 16
+        room_from, room_to = new_start + self.widths.get(start, 4) + STUB, new_gap_end - STUB
+        share = (offset - grid_width) / (old_gap_end - start - grid_width)
+        return snap(room_from + share * (room_to - room_from))
 
     def add(self, ident, x, y, version=0, name="", params="", lines=None, initial=None, inverted=(),
             runtime=True, size=None):
@@ -212,30 +262,46 @@ class Code:
         for pid in sorted(set((initial or {}).keys()) | set(inverted)):
             pins.append({"id": pid, "inverted": pid in inverted, "remanent": False,
                          "initial": (initial or {}).get(pid, "")})
+        if x in self.columns:
+            placed = self.columns[x]
+        else:
+            placed = self.spread_x(x)
+        if size is None:
+            width = SHAPES.get((ident, version), (4, {}))[0]
+            self.widths[x] = max(self.widths.get(x, 0), width)
         self.instances.append({"id": iid, "block": ident, "version": version, "name": name,
-                               "position": [x, y], "realtime": self.rt if runtime else 0, "background": 0,
+                               "position": [placed, y], "realtime": self.rt if runtime else 0, "background": 0,
                                "parameters": params, "lines": lines or [], "note": "", "error": 0,
                                "size": size, "pins": pins})
-        self.where[iid] = (ident, version, x, y)
+        self.where[iid] = (ident, version, placed, y)
         return iid
 
     def pin_point(self, iid, pid):
+        """The connection point: the far end of the pin's stub, half a row below the row's top."""
         ident, version, x, y = self.where[iid]
         width, shape = SHAPES.get((ident, version), (4, {}))
         side, row = shape.get(pid, ("out" if pid > 1 else "in", 0))
-        return (x + width if side == "out" else x, y + 1 + row)
+        if side == "out":
+            return (x + width + STUB, y + row + 0.5)
+        return (x - STUB, y + row + 0.5)
 
     def wire(self, a, pa, b, pb, lane=None, via=None):
-        """An orthogonal wire: straight when both pins share a row, else one vertical run at
-        x = lane (default: halfway); `via` gives the corner points of a longer way round."""
+        """An orthogonal wire from stub end to stub end: straight when both pins share a row, else
+        one vertical run at grid x = lane (default: halfway); `via` gives the corner points of a
+        longer way round in grid coordinates."""
         (sx, sy), (tx, ty) = self.pin_point(a, pa), self.pin_point(b, pb)
         if via is not None:
-            nodes = [list(n) for n in via]
+            corners = [[self.spread_x(x), y - 0.5] for x, y in via]
         elif sy == ty:
-            nodes = []
+            corners = []
         else:
-            x = lane if lane is not None else (sx + tx) // 2
-            nodes = [[x, sy], [x, ty]]
+            x = self.spread_x(lane) if lane is not None else snap((sx + tx) / 2)
+            corners = [[x, sy], [x, ty]]
+        nodes = [[sx, sy]] + corners + [[tx, ty]]
+        for (x1, y1), (x2, y2) in zip(nodes, nodes[1:]):
+            if x1 != x2 and y1 != y2:
+                raise ValueError("wire %d.%d -> %d.%d is not orthogonal at %s" % (a, pa, b, pb, nodes))
+        nodes = [[num(x), num(y)] for x, y in nodes]
         self.connections.append({"source": [a, pa], "target": [b, pb], "nodes": nodes})
 
     def json(self):
@@ -783,7 +849,7 @@ def area(first, second, index, name, code, back=False, labels=(), parameters=(),
             "signalLabels": list(labels), "parameters": list(parameters)}
 
 
-def label(node, lid, instance, pin_id, name, offset=(0.5, -1)):
+def label(node, lid, instance, pin_id, name, offset=(1, -1)):
     return {"node": node, "id": lid, "instance": instance, "pin": pin_id, "name": name, "offset": list(offset)}
 
 
@@ -793,8 +859,8 @@ def parameter(name, default):
 
 def axis_area(axis, speed_version, target, amplitude, max_speed, max_torque):
     local, inner = axis_control(axis, speed_version)
-    c = Code()
-    # Column x = 2, 10, 18, 26 ... with four units between blocks for the wires' vertical runs.
+    # The axis block is 6 wide, so the columns right of it start two grid units later.
+    c = Code(columns={2: 2, 10: 18, 18: 34, 26: 50, 34: 66, 44: 84, 52: 100}, grid_widths={34: 6})
     p_enable = c.add(READ, 2, 2, name="Freigabe lesen", lines=["P10"])
     enable = c.add("StandardBlock_35", 10, 2, name="Freigabe", initial={2: "0"})
     p_speed = c.add(READ, 2, 6, name="Maximaldrehzahl lesen", lines=["P11"])
@@ -821,7 +887,8 @@ def axis_area(axis, speed_version, target, amplitude, max_speed, max_torque):
     c.wire(enable, 3, axis_block, 1)
     c.wire(ramp, 3, axis_block, 2, lane=16)
     c.wire(xact, 3, axis_block, 3, lane=31)
-    c.wire(plant, 3, axis_block, 4, via=[(57, 3), (57, 22), (33, 22), (33, 6)])
+    # Round the far side of the signal label on the way back.
+    c.wire(plant, 3, axis_block, 4, via=[(60, 3), (60, 22), (33, 22), (33, 6)])
     c.wire(speed, 2, axis_block, 5)
     c.wire(torque, 1, axis_block, 6, lane=32)
     c.wire(axis_block, 7, gain, 1)
@@ -830,7 +897,8 @@ def axis_area(axis, speed_version, target, amplitude, max_speed, max_torque):
     c.wire(cycles, 5, p_cycles, 1, lane=49)
     node = "A%d:0" % axis
     inner_node = "%s.%d" % (node, axis_block)
-    labels = [label(node, 1, enable, 3, "Freigabe"), label(node, 2, ramp, 3, "Lage_Soll"),
+    # The set point's wires turn right after its stub, so its label sits above the stub instead.
+    labels = [label(node, 1, enable, 3, "Freigabe"), label(node, 2, ramp, 3, "Lage_Soll", offset=(-2.5, -1.5)),
               label(node, 3, axis_block, 7, "Moment_Soll"), label(node, 4, plant, 3, "Drehzahl_Ist"),
               label(node, 5, cycles, 4, "Wartung_Bremse"),
               label(inner_node, 1, inner["nsel"], 4, "Drehzahl_Soll")]

@@ -10,6 +10,7 @@ export QT_QPA_PLATFORM=offscreen
 export CCACHE_DIR="${CCACHE_DIR:-$HOME/.cache/ccache}"
 # Hits across clones in other folders: paths are hashed relative to the checkout.
 export CCACHE_BASEDIR="$PWD"
+export CCACHE_NOHASHDIR=1
 
 cmake -S . -B build-ci -G Ninja -DCMAKE_BUILD_TYPE=Debug -DZK_SANITIZE=ON -DZK_BUILD_BENCH=ON
 cmake --build build-ci -j"$jobs"

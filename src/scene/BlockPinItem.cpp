@@ -1,5 +1,7 @@
 #include "BlockPinItem.h"
 
+#include "TypeColour.h"
+
 #include "Block.h"
 #include "BlockCode.h"
 #include "BlockCodeScene.h"
@@ -64,23 +66,6 @@ QGraphicsRectItem* createMarker(QGraphicsItem* parent, const QBrush& brush, qrea
     return marker;
 }
 
-QColor kindColour(int kind)
-{
-    switch (kind) {
-    case SimpleTypeBit:
-        return QColor(Qt::red).lighter(150);
-    case SimpleTypeSigned:
-        return QColor(Qt::red).darker(150);
-    case SimpleTypeUnsigned:
-        return QColor(Qt::green).darker(150);
-    case SimpleTypeFloat:
-        return QColor(Qt::cyan).darker(200);
-    case SimpleTypeTime:
-        return QColor(Qt::gray);
-    default:
-        return QColor();
-    }
-}
 
 // The line of a connection being drawn. It is a top-level item, so the scene may delete it before
 // the pin (a scene torn down during a drag); it then tells the pin, which must not delete it again.
@@ -512,7 +497,7 @@ void BlockPinItem::paint(QPainter* pPainter, const QStyleOptionGraphicsItem* pOp
     }
 
     const QPen previousPen = pPainter->pen();
-    pPainter->setPen(cosmeticPen(kindColour(type->kind())));
+    pPainter->setPen(cosmeticPen(typeKindColour(type->kind())));
     pPainter->setBrush(QBrush(Qt::white, Qt::SolidPattern));
     pPainter->drawLine(QPointF(0.0, 0.0), QPointF(rect().width(), 0.0));
     if (d->pin->isInverted())

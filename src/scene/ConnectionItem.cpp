@@ -1,5 +1,7 @@
 #include "ConnectionItem.h"
 
+#include "TypeColour.h"
+
 #include "BlockCode.h"
 #include "BlockCodeScene.h"
 #include "BlockPinConnection.h"
@@ -41,20 +43,8 @@ QColor highlightColor(BlockPinConnection* connection)
     const SimpleType* type = DatatypeProvider::instance()->simpleType(pin->datatype());
     if (!type)
         return Qt::black;
-    switch (type->kind()) {
-    case SimpleTypeBit:
-        return QColor(Qt::red).lighter(150);
-    case SimpleTypeSigned:
-        return QColor(Qt::red).darker(150);
-    case SimpleTypeUnsigned:
-        return QColor(Qt::green).darker(150);
-    case SimpleTypeFloat:
-        return QColor(Qt::cyan).darker(200);
-    case SimpleTypeTime:
-        return Qt::gray;
-    default:
-        return Qt::black;
-    }
+    const QColor colour = typeKindColour(type->kind());
+    return colour.isValid() ? colour : QColor(Qt::black);
 }
 
 } // namespace

@@ -6,6 +6,8 @@
 
 #include <QFont>
 #include <QFontMetrics>
+#include <QPainter>
+#include <QStyleOptionGraphicsItem>
 #include <QStringList>
 #include <QVariant>
 
@@ -59,4 +61,26 @@ QString BlockTextLayout::runtimeText(const BlockInstance* instance)
     if (realtime == 0 && background == 0)
         return QString();
     return numberOrHyphen(realtime) + QLatin1Char('/') + numberOrHyphen(background);
+}
+
+bool BlockTextLayout::paintBox(QPainter* painter, const QStyleOptionGraphicsItem* option, const QRectF& box,
+                               const QFont& font)
+{
+    const qreal lod = option->levelOfDetailFromTransform(painter->worldTransform());
+    painter->setRenderHint(QPainter::Antialiasing, false);
+    painter->setRenderHint(QPainter::TextAntialiasing, true);
+    QColor background = Qt::white;
+    if (option->state & QStyle::State_Selected)
+        background = background.darker(120);
+    QPen outline(Qt::black, 0);
+    outline.setCosmetic(true);
+    painter->setBrush(QBrush(background, Qt::SolidPattern));
+    painter->setPen(outline);
+    painter->drawRect(box);
+    if (lod < BlockCodeScene::DetailThreshold)
+        return false;
+    painter->setFont(font);
+    painter->setPen(QPen(Qt::black));
+    painter->setBrush(Qt::NoBrush);
+    return true;
 }

@@ -6,6 +6,9 @@
 class BlockInstance;
 class BlockInstanceArea;
 class QFont;
+class QPainter;
+class QRectF;
+class QStyleOptionGraphicsItem;
 
 // The parameter lines of a text or magic block measured in the diagram font, and the box that
 // holds them. Both kinds lay out their text alike and differ only in the margins.
@@ -23,6 +26,12 @@ public:
     // Real-time and background position joined by "/", a missing one as "-"; empty outside both
     // tasks or without an owner code.
     static QString runtimeText(const BlockInstance* instance);
+
+    // Draws the box of a text or magic block: white, darker when selected, with a thin black
+    // outline. Returns false below the detail threshold, where the outline is all there is to
+    // draw; else leaves the painter set for black text in `font`. The caller saves and restores.
+    static bool paintBox(QPainter* painter, const QStyleOptionGraphicsItem* option, const QRectF& box,
+                         const QFont& font);
 
 private:
     QString m_text;

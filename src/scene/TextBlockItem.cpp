@@ -95,33 +95,13 @@ void TextBlockItem::paint(QPainter* painter, const QStyleOptionGraphicsItem* opt
         BlockItem::paint(painter, option, widget);
         return;
     }
-    const qreal lod = option->levelOfDetailFromTransform(painter->worldTransform());
     painter->save();
-    painter->setRenderHint(QPainter::Antialiasing, false);
-    painter->setRenderHint(QPainter::TextAntialiasing, true);
-
-    QColor background = Qt::white;
-    if (option->state & QStyle::State_Selected)
-        background = background.darker(120);
-    const QColor foreground = Qt::black;
-
     const QRectF box = rect().adjusted(0, BodyInset, 0, -BodyInset);
-    QPen outline(foreground, 0);
-    outline.setCosmetic(true);
-    painter->setBrush(QBrush(background, Qt::SolidPattern));
-    painter->setPen(outline);
-    painter->drawRect(box);
-
-    if (lod < BlockCodeScene::DetailThreshold) {
+    if (!BlockTextLayout::paintBox(painter, option, box, font())) {
         painter->restore();
         return;
     }
-
-    const QFont diagram = font();
-    painter->setFont(diagram);
-    painter->setPen(QPen(foreground));
-    painter->setBrush(Qt::NoBrush);
-    const QFontMetrics metrics(diagram, painter->device());
+    const QFontMetrics metrics(painter->font(), painter->device());
 
     painter->drawText(box.adjusted(TextMargin, TextMargin, -TextMargin, -TextMargin), d->text, QTextOption());
 

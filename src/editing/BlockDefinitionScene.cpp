@@ -1,0 +1,677 @@
+#include "BlockDefinitionScene.h"
+
+#include "AreaInfo.h"
+#include "Block.h"
+#include "BlockCode.h"
+#include "BlockDefinition.h"
+#include "BlockInstance.h"
+#include "BlockInstanceArea.h"
+#include "BlockInstanceHierarchy.h"
+#include "BlockInstanceHierarchyNode.h"
+#include "BlockItem.h"
+#include "BlockPinConnection.h"
+#include "BlockPinInstance.h"
+#include "BlockPinItem.h"
+#include "BlockRepository.h"
+#include "ConnectionItem.h"
+#include "ConnectionNodeItem.h"
+#include "ParameterContainer.h"
+#include "ParameterCoordinate.h"
+#include "System.h"
+
+#include <QBrush>
+#include <QByteArray>
+#include <QColor>
+#include <QDir>
+#include <QGraphicsColorizeEffect>
+#include <QGraphicsItemGroup>
+#include <QGraphicsLineItem>
+#include <QGraphicsRectItem>
+#include <QGraphicsSceneDragDropEvent>
+#include <QGraphicsSceneMouseEvent>
+#include <QGraphicsSceneWheelEvent>
+#include <QKeyEvent>
+#include <QKeySequence>
+#include <QMetaObject>
+#include <QMimeData>
+#include <QPen>
+#include <QPointer>
+#include <QSet>
+#include <QTransform>
+#include <QUndoStack>
+#include <QUndoView>
+
+#include <cmath>
+
+namespace {
+
+constexpr double BlockRaster = 1000.0;
+constexpr double NodeRaster = 500.0;
+// A drag below this distance is a slip of the hand, not a move the user wants to undo.
+constexpr double MoveCommandThreshold = 30.0;
+constexpr int UndoLimit = 10;
+constexpr quint32 UndoViewAccessLevel = 4;
+constexpr quint32 ExportAccessLevel = 4;
+const char* const DefinitionMimeType = "zk6/blockdefinitionidentifier";
+
+BlockInstanceArea* areaOf(const BlockInstanceHierarchyNode* node)
+{
+    BlockInstanceHierarchy* hierarchy = node ? node->hierarchy() : nullptr;
+    return hierarchy ? hierarchy->area() : nullptr;
+}
+
+bool isFreeNode(QGraphicsItem* item)
+{
+    auto* node = dynamic_cast<ConnectionNodeItem*>(item);
+    return node && !node->isPinNode();
+}
+
+} // namespace
+
+class BlockDefinitionScenePrivate
+{
+public:
+    explicit BlockDefinitionScenePrivate(BlockDefinitionScene* scene)
+        : q(scene)
+    {
+    }
+
+    QList<QGraphicsItem*> movableItems(const QList<QGraphicsItem*>& items) const;
+    static void clampToOrigin(const QList<QGraphicsItem*>& items, double& dx, double& dy);
+    bool moveItemsBy(double dx, double dy, const QList<QGraphicsItem*>& items);
+    void deleteHighlight();
+
+    BlockDefinitionScene* q;
+    QUndoStack* undoStack = nullptr;
+    QPointer<QUndoView> undoView;
+    bool rubberBand = false;
+    double accumulatedX = 0.0;
+    double accumulatedY = 0.0;
+    double dragStartX = 0.0;
+    double dragStartY = 0.0;
+    QGraphicsItem* dragItem = nullptr;
+    QGraphicsItemGroup* grid = nullptr;
+    QPointer<BlockInstanceHierarchyNode> hierarchyNode;
+    QPointer<BlockInstanceArea> instanceArea;
+    // Guarded: the effect belongs to the item it tints, and a rebuild may delete that item.
+    QPointer<QGraphicsColorizeEffect> dropHighlight;
+    QMetaObject::Connection codeConnection;
+};
+
+QList<QGraphicsItem*> BlockDefinitionScenePrivate::movableItems(const QList<QGraphicsItem*>& items) const
+{
+    // Nodes that sit on a pin move with their block, never by themselves.
+    QList<QGraphicsItem*> result;
+    for (QGraphicsItem* item : items) {
+        if (dynamic_cast<BlockItem*>(item) || isFreeNode(item))
+            result.append(item);
+    }
+    return result;
+}
+
+void BlockDefinitionScenePrivate::clampToOrigin(const QList<QGraphicsItem*>& items, double& dx, double& dy)
+{
+    if (items.isEmpty())
+        return;
+    double minX = items.first()->x();
+    double minY = items.first()->y();
+    for (QGraphicsItem* item : items) {
+        minX = std::min(minX, item->x());
+        minY = std::min(minY, item->y());
+    }
+    if (minX + dx < 0.0)
+        dx = -minX;
+    if (minY + dy < 0.0)
+        dy = -minY;
+}
+
+bool BlockDefinitionScenePrivate::moveItemsBy(double dx, double dy, const QList<QGraphicsItem*>& items)
+{
+    BlockCode* code = q->blockCode();
+    if (!code)
+        return false;
+    // Each item writes its position into the model as it moves; the scene hears of it once.
+    const bool previous = code->blockChangeSignals(true);
+    bool moved = false;
+    QList<ConnectionItem*> routes;
+    if (std::abs(dx) + std::abs(dy) > 0.0) {
+        for (QGraphicsItem* item : items) {
+            if (!q->isReadOnly()) {
+                item->moveBy(dx, dy);
+                moved = true;
+                auto* node = dynamic_cast<ConnectionNodeItem*>(item);
+                if (node && node->connectionItem() && !routes.contains(node->connectionItem()))
+                    routes.append(node->connectionItem());
+            }
+        }
+    }
+    // The node under the mouse keeps its new place to itself until the release, and the update that
+    // follows re-reads every route from the model: without this it would jump back while the rest
+    // of the group moves on.
+    for (ConnectionItem* route : std::as_const(routes))
+        route->saveNodePositions();
+    code->blockChangeSignals(previous);
+    code->sendBlockedChangeSignal();
+    return moved;
+}
+
+void BlockDefinitionScenePrivate::deleteHighlight()
+{
+    // Deleting the effect takes it off its item as well.
+    delete dropHighlight.data();
+    dropHighlight = nullptr;
+}
+
+BlockDefinitionScene::BlockDefinitionScene(BlockCode* pCode)
+    : BlockCodeScene(pCode)
+    , d(std::make_unique<BlockDefinitionScenePrivate>(this))
+{
+    d->undoStack = new QUndoStack(this);
+    d->undoStack->setUndoLimit(UndoLimit);
+}
+
+BlockDefinitionScene* BlockDefinitionScene::forCode(BlockCode* pCode)
+{
+    if (!pCode)
+        return nullptr;
+    BlockDefinitionScene* scene = pCode->blockDefinitionScene();
+    if (!scene) {
+        scene = new BlockDefinitionScene(pCode);
+        scene->d->codeConnection = connect(pCode, &BlockCode::changed, scene, &BlockCodeScene::updateRequired);
+    }
+    scene->rebuild();
+    return scene;
+}
+
+BlockDefinitionScene::~BlockDefinitionScene()
+{
+    // Dying items write into the model and reach the scene through the virtual operations, which
+    // end with this class: the items go while it still stands, and no model signal may come in.
+    disconnect(d->codeConnection);
+    if (d->undoView) {
+        d->undoView->close();
+        delete d->undoView.data();
+    }
+    d->deleteHighlight();
+    clear();
+    d->grid = nullptr;
+    d->dragItem = nullptr;
+}
+
+bool BlockDefinitionScene::isDefinitionScene() const
+{
+    return true;
+}
+
+bool BlockDefinitionScene::isHierarchyNodeScene() const
+{
+    return false;
+}
+
+bool BlockDefinitionScene::isReadOnly() const
+{
+    return !d->grid || !d->grid->isVisible();
+}
+
+void BlockDefinitionScene::setReadOnly(bool value)
+{
+    showGrid(!value);
+    Q_EMIT editModeChanged(!value);
+}
+
+BlockCode* BlockDefinitionScene::blockCode() const
+{
+    // While the code's QObject part deletes its children it is no code any more.
+    return qobject_cast<BlockCode*>(parent());
+}
+
+BlockInstanceHierarchyNode* BlockDefinitionScene::hierarchyNode() const
+{
+    return d->hierarchyNode.data();
+}
+
+BlockInstanceArea* BlockDefinitionScene::instanceArea() const
+{
+    return d->instanceArea.data();
+}
+
+QUndoStack* BlockDefinitionScene::undoStack() const
+{
+    return d->undoStack;
+}
+
+void BlockDefinitionScene::clearUndoStack()
+{
+    d->undoStack->clear();
+}
+
+void BlockDefinitionScene::undo()
+{
+    d->undoStack->undo();
+}
+
+void BlockDefinitionScene::redo()
+{
+    d->undoStack->redo();
+}
+
+void BlockDefinitionScene::setHierarchyNode(BlockInstanceHierarchyNode* pNode)
+{
+    if (d->hierarchyNode == pNode)
+        return;
+    d->hierarchyNode = pNode;
+    // The grid is the edit mode: whoever edits from the new place has to switch it on again. The
+    // grid of the new place is drawn in the coarser step of a node when it comes back.
+    delete d->grid;
+    d->grid = nullptr;
+}
+
+void BlockDefinitionScene::setInstanceArea(BlockInstanceArea* pArea)
+{
+    d->instanceArea = pArea;
+}
+
+void BlockDefinitionScene::showGrid(bool show)
+{
+    if (!show) {
+        if (d->grid)
+            d->grid->hide();
+        return;
+    }
+    if (d->grid) {
+        d->grid->show();
+        return;
+    }
+
+    QPen pen(QColor(175, 175, 175, 127));
+    pen.setWidth(0);
+    const QColor background(200, 200, 250, 50);
+    double step = 4000.0;
+    if (!hierarchyNode()) {
+        step = 1000.0;
+        auto* rect = new QGraphicsRectItem(0, 0, 1000000, 1000000);
+        rect->setZValue(-9999);
+        rect->setPen(pen);
+        rect->setBrush(QBrush(background, Qt::SolidPattern));
+        addItem(rect);
+    }
+    const double extent = std::ceil(1000000.0 / step) * step;
+
+    d->grid = new QGraphicsItemGroup();
+    for (double x = 0.0; x <= extent; x += step) {
+        auto* line = new QGraphicsLineItem(x, 0.0, x, extent);
+        line->setData(0, 0);
+        line->setPen(pen);
+        line->setZValue(-10000);
+        d->grid->addToGroup(line);
+    }
+    for (double y = 0.0; y <= extent; y += step) {
+        auto* line = new QGraphicsLineItem(0.0, y, extent, y);
+        line->setData(0, 0);
+        line->setPen(pen);
+        line->setZValue(-10000);
+        d->grid->addToGroup(line);
+    }
+    addItem(d->grid);
+    d->grid->setZValue(-10000);
+    d->grid->setVisible(true);
+}
+
+bool BlockDefinitionScene::showUndoView()
+{
+    if (System::instance().userAccessLevelCode() < UndoViewAccessLevel)
+        return false;
+    if (!d->undoView) {
+        // A window of its own, without parent: it floats beside whatever view edits this code.
+        d->undoView = new QUndoView(d->undoStack);
+        d->undoView->setWindowTitle(tr("Undo-Stack"));
+    }
+    d->undoView->show();
+    return true;
+}
+
+BlockDefinition* BlockDefinitionScene::definitionFromMimeData(const QMimeData* pMimeData) const
+{
+    if (!pMimeData || !pMimeData->hasFormat(QString::fromLatin1(DefinitionMimeType)))
+        return nullptr;
+    const QList<QByteArray> parts = pMimeData->data(QString::fromLatin1(DefinitionMimeType)).split(';');
+    if (parts.size() != 2)
+        return nullptr;
+    const QString identifier = QString::fromLatin1(parts.at(0));
+    bool ok = false;
+    const unsigned int version = parts.at(1).toUInt(&ok);
+    if (!ok)
+        return nullptr;
+    return BlockRepository::instance().blockDefinition(identifier, version);
+}
+
+BlockInstance* BlockDefinitionScene::createBlockInstance(BlockDefinition* pDefinition, const QPointF& position)
+{
+    BlockCode* code = blockCode();
+    if (!code || !pDefinition)
+        return nullptr;
+    BlockInstance* instance = code->createInstanceInRealtimeTask(pDefinition);
+    if (!instance)
+        return nullptr;
+    instance->setPosition(position / ModelUnit);
+    rebuild();
+    return instance;
+}
+
+BlockPinConnection* BlockDefinitionScene::connectPins(BlockPinItem* pFirst, BlockPinItem* pSecond)
+{
+    if (!pFirst || !pSecond || pFirst == pSecond || !pFirst->isVisible() || !pSecond->isVisible())
+        return nullptr;
+    BlockCode* code = blockCode();
+    if (!code)
+        return nullptr;
+    BlockPinConnection* connection = code->createConnection(pFirst->pinInstance(), pSecond->pinInstance());
+    rebuild();
+    return connection;
+}
+
+bool BlockDefinitionScene::moveItems(QList<QGraphicsItem*> items, double dx, double dy)
+{
+    if (std::abs(dx) + std::abs(dy) == 0.0)
+        return false;
+    const QList<QGraphicsItem*> movable = d->movableItems(items);
+    if (movable.isEmpty())
+        return false;
+    BlockDefinitionScenePrivate::clampToOrigin(movable, dx, dy);
+    QList<QGraphicsItem*> nodes;
+    QList<QGraphicsItem*> blocks;
+    for (QGraphicsItem* item : movable)
+        (isFreeNode(item) ? nodes : blocks).append(item);
+    const bool nodesMoved = d->moveItemsBy(dx, dy, nodes);
+    const bool blocksMoved = d->moveItemsBy(dx, dy, blocks);
+    return nodesMoved || blocksMoved;
+}
+
+QList<ConnectionNodeItem*> BlockDefinitionScene::connectionNodesOfSelection()
+{
+    QList<BlockInstance*> instances;
+    const QList<BlockItem*> selected = selectedBlockItems();
+    for (BlockItem* item : selected) {
+        if (BlockInstance* instance = item->blockInstance())
+            instances.append(instance);
+    }
+    QList<ConnectionNodeItem*> result;
+    if (instances.isEmpty())
+        return result;
+    const QList<QGraphicsItem*> all = items(Qt::DescendingOrder);
+    for (QGraphicsItem* item : all) {
+        auto* node = dynamic_cast<ConnectionNodeItem*>(item);
+        ConnectionItem* connectionItem = node ? node->connectionItem() : nullptr;
+        if (!connectionItem || connectionItem->isEndNode(node))
+            continue;
+        BlockPinConnection* connection = connectionItem->pinConnection();
+        if (!connection)
+            continue;
+        // One selected end is enough: the corners travel with whatever part of the code is taken.
+        for (BlockInstance* instance : std::as_const(instances)) {
+            if (connection->isConnectedTo(instance)) {
+                result.append(node);
+                break;
+            }
+        }
+    }
+    return result;
+}
+
+bool BlockDefinitionScene::moveSelectionByKey(int key)
+{
+    QList<QGraphicsItem*> list;
+    const QList<QGraphicsItem*> selected = selectedItems();
+    for (QGraphicsItem* item : selected) {
+        if (dynamic_cast<BlockItem*>(item) || dynamic_cast<ConnectionNodeItem*>(item))
+            list.append(item);
+    }
+    double dx = 0.0;
+    double dy = 0.0;
+    switch (key) {
+    case Qt::Key_Up:
+        dy = -BlockRaster;
+        break;
+    case Qt::Key_Right:
+        dx = BlockRaster;
+        break;
+    case Qt::Key_Down:
+        dy = BlockRaster;
+        break;
+    case Qt::Key_Left:
+        dx = -BlockRaster;
+        break;
+    default:
+        return false;
+    }
+    const bool moved = moveItems(list, dx, dy);
+    // The editing layer takes this further: it pushes MoveCommand(this, list, QPointF(dx, dy)) with the
+    // unfiltered list and the unclamped delta, whether or not anything moved and also when read-only.
+    return moved;
+}
+
+bool BlockDefinitionScene::exportCodeToTextFile()
+{
+    BlockCode* code = blockCode();
+    BlockDefinition* definition = code ? code->blockDefinition() : nullptr;
+    if (!definition || System::instance().userAccessLevelCode() <= ExportAccessLevel)
+        return false;
+    Block* block = definition->block();
+    if (!block)
+        return false;
+    const QString fileName = block->identifier() + QStringLiteral("_%1.txt").arg(definition->version());
+    const QString path = QDir(System::instance().exportDirectory()).absolutePath() + QLatin1Char('/') + fileName;
+    code->exportToTextFile(path);
+    return true;
+}
+
+QByteArray BlockDefinitionScene::findFreeParameterCoordinate() const
+{
+    QSet<unsigned short> used;
+    const auto collect = [&used](BlockInstanceArea* area) {
+        AreaInfo* info = area ? area->areaInfo() : nullptr;
+        if (!info)
+            return;
+        const QList<QString> names = info->parameterNames();
+        for (const QString& name : names) {
+            bool ok = false;
+            const ParameterCoordinate coordinate = ParameterCoordinate::fromText(ParameterContainer::coordinateOf(name), &ok);
+            if (ok)
+                used.insert(coordinate.toNumber());
+        }
+    };
+    if (BlockInstanceHierarchyNode* node = hierarchyNode()) {
+        collect(areaOf(node));
+    } else {
+        const QList<BlockInstanceArea*> areas = BlockInstanceArea::allAreas();
+        for (BlockInstanceArea* area : areas)
+            collect(area);
+    }
+    for (const QChar letter : {QLatin1Char('P'), QLatin1Char('Q')}) {
+        for (unsigned short number = 0; number <= 999; ++number) {
+            const ParameterCoordinate coordinate(letter, number);
+            if (!used.contains(coordinate.toNumber()))
+                return coordinate.toText().toLatin1();
+        }
+    }
+    return QByteArrayLiteral("P00");
+}
+
+void BlockDefinitionScene::dragEnterEvent(QGraphicsSceneDragDropEvent* event)
+{
+    event->setDropAction(definitionFromMimeData(event->mimeData()) ? Qt::LinkAction : Qt::IgnoreAction);
+}
+
+void BlockDefinitionScene::dragMoveEvent(QGraphicsSceneDragDropEvent* event)
+{
+    if (!definitionFromMimeData(event->mimeData())) {
+        event->setDropAction(Qt::IgnoreAction);
+        return;
+    }
+    event->setDropAction(Qt::LinkAction);
+    BlockItem* item = blockItemAt(event->scenePos());
+    if (!item) {
+        d->deleteHighlight();
+        return;
+    }
+    // A red block means: the drop replaces this block. One effect travels from block to block.
+    if (!d->dropHighlight) {
+        d->dropHighlight = new QGraphicsColorizeEffect(this);
+        d->dropHighlight->setColor(Qt::red);
+        d->dropHighlight->setStrength(1.0);
+    }
+    item->setGraphicsEffect(d->dropHighlight);
+}
+
+void BlockDefinitionScene::dropEvent(QGraphicsSceneDragDropEvent* event)
+{
+    BlockDefinition* definition = definitionFromMimeData(event->mimeData());
+    [[maybe_unused]] BlockInstanceArea* area = nullptr;
+    if (definition) {
+        d->deleteHighlight();
+        area = areaOf(hierarchyNode());
+    }
+    // The editing layer takes this further: it pushes DropCommand(definition, this, event, area), also
+    // without a definition, when the command does nothing but stands on the stack.
+}
+
+void BlockDefinitionScene::keyPressEvent(QKeyEvent* event)
+{
+    bool handled = false;
+    if (event->matches(QKeySequence::Undo)) {
+        d->undoStack->undo();
+        handled = true;
+    } else if (event->matches(QKeySequence::Redo)) {
+        d->undoStack->redo();
+        handled = true;
+    } else if (event->matches(QKeySequence::SelectAll)) {
+        selectAllItems();
+        handled = true;
+    } else if (event->key() == Qt::Key_U && event->modifiers() == Qt::ControlModifier) {
+        handled = showUndoView();
+    }
+
+    const bool control = event->modifiers() & Qt::ControlModifier;
+    switch (event->key()) {
+    case Qt::Key_Up:
+    case Qt::Key_Right:
+    case Qt::Key_Down:
+    case Qt::Key_Left:
+        handled = moveSelectionByKey(event->key());
+        break;
+    case Qt::Key_S:
+        handled = exportCodeToTextFile();
+        break;
+    case Qt::Key_V:
+        if (control) {
+            // Pasting switches the scene into edit mode of its own accord; cutting and deleting don't.
+            setReadOnly(false);
+            if (!isReadOnly()) {
+                // The editing layer takes this further: it pushes PasteCommand(this) here.
+            }
+            event->accept();
+            return;
+        }
+        break;
+    case Qt::Key_X:
+        if (control) {
+            copyToClipboard();
+            if (!isReadOnly()) {
+                // The editing layer takes this further: it pushes DeleteCommand(this) here.
+            }
+            handled = true;
+        }
+        break;
+    case Qt::Key_Delete:
+        // The editing layer takes this further: deleteSelectedItems() pushes DeleteCommand(this)
+        // unless the scene is read-only, even with nothing selected.
+        handled = !isReadOnly();
+        break;
+    default:
+        break;
+    }
+
+    event->setAccepted(handled);
+    if (!handled)
+        BlockCodeScene::keyPressEvent(event);
+}
+
+void BlockDefinitionScene::keyReleaseEvent(QKeyEvent* event)
+{
+    QGraphicsScene::keyReleaseEvent(event);
+}
+
+void BlockDefinitionScene::mousePressEvent(QGraphicsSceneMouseEvent* event)
+{
+    // The items update the selection first, the toolkit's modifiers included.
+    QGraphicsScene::mousePressEvent(event);
+    if (!(event->buttons() & Qt::LeftButton))
+        return;
+    if (!selectedItems().isEmpty()) {
+        d->accumulatedX = 0.0;
+        d->accumulatedY = 0.0;
+        QGraphicsItem* item = itemAt(event->scenePos(), QTransform());
+        if (dynamic_cast<BlockItem*>(item) || dynamic_cast<ConnectionNodeItem*>(item)) {
+            d->dragItem = item;
+            d->dragStartX = item->pos().x();
+            d->dragStartY = item->pos().y();
+        }
+    } else {
+        d->rubberBand = true;
+    }
+}
+
+void BlockDefinitionScene::mouseMoveEvent(QGraphicsSceneMouseEvent* event)
+{
+    const QList<QGraphicsItem*> movable = d->movableItems(selectedItems());
+    if (d->rubberBand || !(event->buttons() & Qt::LeftButton) || movable.size() < 2) {
+        // A single item is moved by the toolkit and snaps by itself.
+        QGraphicsScene::mouseMoveEvent(event);
+        return;
+    }
+    // The group moves on the scene's raster, not by the toolkit's free motion.
+    for (QGraphicsItem* item : movable)
+        item->setFlag(QGraphicsItem::ItemIsMovable, false);
+
+    const QPointF total = event->scenePos() - event->buttonDownScenePos(Qt::LeftButton);
+    QList<QGraphicsItem*> nodes;
+    QList<QGraphicsItem*> blocks;
+    for (QGraphicsItem* item : movable)
+        (isFreeNode(item) ? nodes : blocks).append(item);
+    const double raster = blocks.isEmpty() ? NodeRaster : BlockRaster;
+    double dx = std::round((total.x() - d->accumulatedX) / raster) * raster;
+    double dy = std::round((total.y() - d->accumulatedY) / raster) * raster;
+    BlockDefinitionScenePrivate::clampToOrigin(movable, dx, dy);
+    d->moveItemsBy(dx, dy, nodes);
+    d->moveItemsBy(dx, dy, blocks);
+    d->accumulatedX += dx;
+    d->accumulatedY += dy;
+    if (std::abs(dx) + std::abs(dy) == 0.0)
+        QGraphicsScene::mouseMoveEvent(event);
+
+    for (QGraphicsItem* item : movable)
+        item->setFlag(QGraphicsItem::ItemIsMovable, true);
+}
+
+void BlockDefinitionScene::mouseReleaseEvent(QGraphicsSceneMouseEvent* event)
+{
+    const QList<QGraphicsItem*> list = d->movableItems(selectedItems());
+    QPointF delta;
+    if (!list.isEmpty() && d->dragItem && list.contains(d->dragItem))
+        delta = d->dragItem->pos() - QPointF(d->dragStartX, d->dragStartY);
+    if (!list.isEmpty() && std::abs(delta.x()) + std::abs(delta.y()) > MoveCommandThreshold && !d->rubberBand) {
+        // The editing layer takes this further: it pushes MoveCommand(this, list, delta), which records
+        // the move that the items already made.
+    }
+    d->dragItem = nullptr;
+    d->dragStartX = 0.0;
+    d->dragStartY = 0.0;
+    QGraphicsScene::mouseReleaseEvent(event);
+    d->rubberBand = false;
+}
+
+void BlockDefinitionScene::wheelEvent(QGraphicsSceneWheelEvent* event)
+{
+    // The view zooms and scrolls with the wheel.
+    event->ignore();
+}

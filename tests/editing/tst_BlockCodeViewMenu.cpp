@@ -1,0 +1,921 @@
+#include "../scene/SceneTestSupport.h"
+#include "TestModel.h"
+#include "TestRegistry.h"
+
+#include "Block.h"
+#include "BlockCode.h"
+#include "BlockCodeView.h"
+#include "BlockCodeViewMenu.h"
+#include "BlockCodeViewMenuPrivate.h"
+#include "BlockDefinition.h"
+#include "BlockDefinitionScene.h"
+#include "BlockHierarchyNodeScene.h"
+#include "BlockHierarchyNodeView.h"
+#include "BlockInstance.h"
+#include "BlockInstanceArea.h"
+#include "BlockInstanceHierarchy.h"
+#include "BlockInstanceHierarchyNode.h"
+#include "BlockItem.h"
+#include "BlockLibrary.h"
+#include "BlockLibraryContainer.h"
+#include "BlockPinConnection.h"
+#include "BlockPinInstance.h"
+#include "BlockPinItem.h"
+#include "ConnectionItem.h"
+#include "ConnectionNodeItem.h"
+#include "ModelBuilder.h"
+#include "ParameterDefinitionLoader.h"
+#include "SignalLabel.h"
+#include "SignalLabelItem.h"
+#include "System.h"
+
+#include <QAction>
+#include <QActionGroup>
+#include <QApplication>
+#include <QClipboard>
+#include <QFile>
+#include <QMenu>
+#include <QMimeData>
+#include <QSignalSpy>
+#include <QTest>
+#include <QUndoCommand>
+#include <QUndoStack>
+
+#include <memory>
+
+namespace {
+
+// A code view that says what it is told and records what the menu asks of it.
+class MenuView : public BlockCodeView
+{
+public:
+    using BlockCodeView::BlockCodeView;
+
+    bool isReadOnly() const override { return readOnly; }
+    bool isBlockDefinitionEditMode() const override { return false; }
+    bool isEditAllowed() const override { return false; }
+    bool isStepInAllowed() const override { return false; }
+    bool isStepOutAllowed() const override { return stepOutAllowed; }
+    QString currentPath() const override { return path; }
+    bool setReadOnly(bool value) override
+    {
+        readOnly = value;
+        return true;
+    }
+    bool navigateTo(const QString& target) override
+    {
+        navigations.append(target);
+        return true;
+    }
+    bool stepInSelectedBlock() override
+    {
+        ++stepIns;
+        return false;
+    }
+    bool stepOut() override
+    {
+        ++stepOuts;
+        return false;
+    }
+    bool scrollToItem(uint, bool) override { return false; }
+    void showBlockProperties() override { ++properties; }
+
+    bool readOnly = true;
+    bool stepOutAllowed = false;
+    QString path = QStringLiteral("A1:0");
+    QStringList navigations;
+    int stepIns = 0;
+    int stepOuts = 0;
+    int properties = 0;
+};
+
+class CountingCommand : public QUndoCommand
+{
+public:
+    CountingCommand(int* undos, int* redos)
+        : m_undos(undos)
+        , m_redos(redos)
+    {
+    }
+    void undo() override { ++*m_undos; }
+    void redo() override { ++*m_redos; }
+
+private:
+    int* m_undos;
+    int* m_redos;
+};
+
+QStringList textsOf(const QMenu* menu)
+{
+    QStringList texts;
+    for (QAction* action : menu->actions()) {
+        if (!action->isSeparator())
+            texts.append(action->text());
+    }
+    return texts;
+}
+
+QAction* actionOf(const QMenu* menu, const QString& text)
+{
+    for (QAction* action : menu->actions()) {
+        if (action->text() == text)
+            return action;
+    }
+    return nullptr;
+}
+
+// Holds Control down for the application as long as it lives, as a user's hand on the key would.
+class ControlHeld
+{
+public:
+    ControlHeld() { QTest::keyPress(&m_target, Qt::Key_Control, Qt::ControlModifier); }
+    ~ControlHeld() { QTest::keyRelease(&m_target, Qt::Key_Control, Qt::NoModifier); }
+
+private:
+    QWidget m_target;
+};
+
+const QString Convert = QStringLiteral("In einen lokalen Baustein konvertieren");
+const QString Bind = QStringLiteral("In einen Bibliotheks-Baustein konvertieren");
+const QString NewVersion = QStringLiteral("In eine neue Version des Bausteins konvertieren");
+const QString ShowInLibrary = QStringLiteral("Zeige Baustein in Bibliothek");
+const QString ShowInHierarchy = QStringLiteral("Zeige Baustein in Hierarchieansicht");
+
+} // namespace
+
+class tst_BlockCodeViewMenu : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void init();
+    void cleanup();
+
+    void twoSelectedBlocksGiveAnEmptyMenu();
+    void oneSelectedBlockAndEmptySpaceGiveTheEmptySpaceEntries();
+    void emptySpaceOfADefinitionScene();
+    void cornerNodeGivesAnEmptyMenu();
+    void menuWithoutSceneOffersTheViewEntries();
+    void prepareTwiceBuildsAfresh();
+    void openIsOfferedForBlocksWithCode();
+    void toolBlockCannotBeOpened();
+    void openStepsIntoTheSelectedBlock();
+    void standardBlockOffersNoConversionByDefault_data();
+    void standardBlockOffersNoConversionByDefault();
+    void standardBlockConversionInAHierarchyScene();
+    void standardBlockConversionIsDisabledOnline();
+    void standardBlockConversionInADefinitionScene();
+    void faultyLocalBlockIsMended();
+    void localBlockIsBoundBack();
+    void localParameterDefinitionBlockOffersNoConversion();
+    void userLibraryBlockConversions();
+    void showInHierarchyView();
+    void showInLibraryView();
+    void copyBlock();
+    void pinEntries();
+    void connectionEntries();
+    void removingTheConnectionBypassesTheUndoStack();
+    void removingTheConnectionNeedsADefinitionScene();
+    void signalLabelEntries();
+    void viewEntriesOfAHierarchyNodeView();
+    void viewEntriesOfOtherViews();
+    void undoAndRedoEntries();
+    void pinDisplaySubmenu_data();
+    void pinDisplaySubmenu();
+    void pinDisplaySubmenuDrivesTheScene();
+    void valueIsTickedOfflineButDisabled();
+    void unbindIncludingTheHierarchy();
+    void unbindIncludingTheHierarchyNeedsThreeLevels();
+    void unbindDoItWithAnEmptyStack();
+    void itemThatDiesWhileTheMenuIsOpen();
+
+private:
+    QPoint globalOf(QPointF scenePos);
+    void prepareAt(BlockCodeViewMenu& menu, QPointF scenePos);
+    void show(BlockCodeScene* scene);
+    QPointF centreOf(BlockInstance* instance) const;
+    BlockHierarchyNodeScene* rootScene() const;
+
+    std::unique_ptr<TestModel> m_model;
+    std::unique_ptr<MenuView> m_view;
+    BlockCode* m_code = nullptr;
+    BlockInstance* m_and = nullptr;
+    BlockInstance* m_not = nullptr;
+    BlockInstance* m_regler = nullptr;
+    BlockPinConnection* m_wire = nullptr;
+};
+
+void tst_BlockCodeViewMenu::init()
+{
+    System::instance().setUserAccessLevelCode(3);
+    m_model = std::make_unique<TestModel>();
+    m_code = m_model->rootCode();
+    m_and = ModelBuilder::place(m_code, ModelBuilder::newest(m_model->block(QStringLiteral("StandardBlock_1"))), {20, 10});
+    m_not = ModelBuilder::place(m_code, ModelBuilder::newest(m_model->block(QStringLiteral("StandardBlock_3"))), {40, 10});
+    m_regler = ModelBuilder::place(m_code, ModelBuilder::newest(m_model->block(QStringLiteral("StandardBlock_20"))), {20, 30});
+    m_wire = ModelBuilder::wire(m_code, m_and, 3, m_not, 1,
+                                {QPointF(26, 11), QPointF(30, 11), QPointF(30, 14), QPointF(37, 14)});
+    m_view = std::make_unique<MenuView>();
+    m_view->resize(600, 400);
+    m_view->show();
+    QVERIFY(QTest::qWaitForWindowExposed(m_view.get()));
+}
+
+void tst_BlockCodeViewMenu::cleanup()
+{
+    m_view.reset();
+    m_model.reset();
+    System::instance().setUserAccessLevelCode(3);
+}
+
+QPoint tst_BlockCodeViewMenu::globalOf(QPointF scenePos)
+{
+    m_view->centerOn(scenePos);
+    return m_view->viewport()->mapToGlobal(m_view->mapFromScene(scenePos));
+}
+
+void tst_BlockCodeViewMenu::prepareAt(BlockCodeViewMenu& menu, QPointF scenePos)
+{
+    menu.setView(m_view.get());
+    menu.prepare(globalOf(scenePos));
+}
+
+void tst_BlockCodeViewMenu::show(BlockCodeScene* scene)
+{
+    m_view->setScene(scene);
+}
+
+QPointF tst_BlockCodeViewMenu::centreOf(BlockInstance* instance) const
+{
+    auto* scene = static_cast<BlockCodeScene*>(m_view->scene());
+    BlockItem* item = scene->blockItem(instance->identifier());
+    return item->mapToScene(item->rect().center());
+}
+
+BlockHierarchyNodeScene* tst_BlockCodeViewMenu::rootScene() const
+{
+    return BlockHierarchyNodeScene::forNode(m_model->area()->hierarchy()->rootNode());
+}
+
+void tst_BlockCodeViewMenu::twoSelectedBlocksGiveAnEmptyMenu()
+{
+    show(rootScene());
+    auto* scene = static_cast<BlockCodeScene*>(m_view->scene());
+    scene->blockItem(m_and->identifier())->setSelected(true);
+    scene->blockItem(m_not->identifier())->setSelected(true);
+    BlockCodeViewMenu menu(m_view.get());
+    prepareAt(menu, centreOf(m_and));
+    QVERIFY(menu.actions().isEmpty());
+    // Also where the click hit neither of them.
+    prepareAt(menu, centreOf(m_regler));
+    QVERIFY(menu.actions().isEmpty());
+    prepareAt(menu, QPointF(500000, 500000));
+    QVERIFY(menu.actions().isEmpty());
+    QVERIFY(menu.separatorsCollapsible());
+    QVERIFY(!menu.isTearOffEnabled());
+}
+
+void tst_BlockCodeViewMenu::oneSelectedBlockAndEmptySpaceGiveTheEmptySpaceEntries()
+{
+    show(rootScene());
+    static_cast<BlockCodeScene*>(m_view->scene())->blockItem(m_and->identifier())->setSelected(true);
+    BlockCodeViewMenu menu(m_view.get());
+    prepareAt(menu, QPointF(500000, 500000));
+    QCOMPARE(textsOf(&menu), (QStringList{QStringLiteral("Eigenschaften"), QStringLiteral("Ebene höher"),
+                                          QStringLiteral("Anschlüsse anzeigen als "), QStringLiteral("Rückgängig"),
+                                          QStringLiteral("Wiederherstellen")}));
+}
+
+void tst_BlockCodeViewMenu::emptySpaceOfADefinitionScene()
+{
+    show(BlockDefinitionScene::forCode(m_code));
+    BlockCodeViewMenu menu(m_view.get());
+    prepareAt(menu, QPointF(500000, 500000));
+    QCOMPARE(textsOf(&menu), (QStringList{QStringLiteral("Eigenschaften"), QStringLiteral("Ebene höher"),
+                                          QStringLiteral("Rückgängig"), QStringLiteral("Wiederherstellen")}));
+}
+
+void tst_BlockCodeViewMenu::cornerNodeGivesAnEmptyMenu()
+{
+    show(BlockDefinitionScene::forCode(m_code));
+    auto* scene = static_cast<BlockCodeScene*>(m_view->scene());
+    ConnectionItem* connection = scene->connectionItemMap().value(m_wire);
+    QVERIFY(connection);
+    const QList<ConnectionNodeItem*> nodes = connection->allNodes();
+    QCOMPARE(nodes.size(), 4);
+    BlockCodeViewMenu menu(m_view.get());
+    prepareAt(menu, nodes.at(1)->scenePos());
+    QVERIFY(menu.actions().isEmpty());
+}
+
+void tst_BlockCodeViewMenu::menuWithoutSceneOffersTheViewEntries()
+{
+    BlockCodeViewMenu menu(m_view.get());
+    prepareAt(menu, QPointF(0, 0));
+    QCOMPARE(textsOf(&menu), (QStringList{QStringLiteral("Eigenschaften"), QStringLiteral("Ebene höher"),
+                                          QStringLiteral("Rückgängig"), QStringLiteral("Wiederherstellen")}));
+}
+
+void tst_BlockCodeViewMenu::prepareTwiceBuildsAfresh()
+{
+    show(rootScene());
+    QSignalSpy spy(m_view.get(), &BlockCodeView::needToShowInHierarchyView);
+    BlockCodeViewMenu menu(m_view.get());
+    prepareAt(menu, QPointF(500000, 500000));
+    prepareAt(menu, centreOf(m_not));
+    QVERIFY(!textsOf(&menu).contains(QStringLiteral("Ebene höher")));
+    QCOMPARE(textsOf(&menu).count(ShowInHierarchy), 1);
+    actionOf(&menu, ShowInHierarchy)->trigger();
+    // One relay, however often the menu was prepared.
+    QCOMPARE(spy.size(), 1);
+}
+
+void tst_BlockCodeViewMenu::openIsOfferedForBlocksWithCode()
+{
+    show(rootScene());
+    BlockCodeViewMenu menu(m_view.get());
+    prepareAt(menu, centreOf(m_regler));
+    QAction* open = actionOf(&menu, QStringLiteral("Öffnen"));
+    QVERIFY(open);
+    QVERIFY(open->isEnabled());
+    QCOMPARE(menu.defaultAction(), open);
+    QCOMPARE(textsOf(&menu).first(), QStringLiteral("Öffnen"));
+
+    // A block without code of its own may be opened by nobody; the entry stays, disabled, and the
+    // block's own entries choose the default.
+    prepareAt(menu, centreOf(m_and));
+    open = actionOf(&menu, QStringLiteral("Öffnen"));
+    QVERIFY(open);
+    QVERIFY(!open->isEnabled());
+    QVERIFY(menu.defaultAction() != open);
+    QCOMPARE(menu.defaultAction(), actionOf(&menu, QStringLiteral("Eigenschaften")));
+}
+
+void tst_BlockCodeViewMenu::toolBlockCannotBeOpened()
+{
+    BlockInstance* constant =
+        ModelBuilder::place(m_code, ModelBuilder::newest(m_model->block(QStringLiteral("ToolBlock_8000008"))), {60, 10});
+    show(rootScene());
+    BlockCodeViewMenu menu(m_view.get());
+    prepareAt(menu, centreOf(constant));
+    QVERIFY(!actionOf(&menu, QStringLiteral("Öffnen")));
+    QVERIFY(actionOf(&menu, ShowInHierarchy));
+}
+
+void tst_BlockCodeViewMenu::openStepsIntoTheSelectedBlock()
+{
+    show(rootScene());
+    BlockCodeViewMenu menu(m_view.get());
+    prepareAt(menu, centreOf(m_regler));
+    actionOf(&menu, QStringLiteral("Öffnen"))->trigger();
+    QCOMPARE(m_view->stepIns, 1);
+}
+
+void tst_BlockCodeViewMenu::standardBlockOffersNoConversionByDefault_data()
+{
+    QTest::addColumn<quint32>("level");
+    QTest::addColumn<bool>("control");
+    QTest::newRow("level 3 with control") << quint32(3) << true;
+    QTest::newRow("level 4 with control") << quint32(4) << true;
+    QTest::newRow("level 5 without control") << quint32(5) << false;
+}
+
+void tst_BlockCodeViewMenu::standardBlockOffersNoConversionByDefault()
+{
+    QFETCH(quint32, level);
+    QFETCH(bool, control);
+    System::instance().setUserAccessLevelCode(level);
+    show(rootScene());
+    BlockCodeViewMenu menu(m_view.get());
+    std::unique_ptr<ControlHeld> held(control ? new ControlHeld : nullptr);
+    QCOMPARE(bool(QGuiApplication::keyboardModifiers() & Qt::ControlModifier), control);
+    prepareAt(menu, centreOf(m_and));
+    const QStringList texts = textsOf(&menu);
+    QVERIFY(texts.contains(ShowInLibrary));
+    QVERIFY(!texts.contains(Convert));
+    QVERIFY(!texts.contains(Bind));
+}
+
+void tst_BlockCodeViewMenu::standardBlockConversionInAHierarchyScene()
+{
+    System::instance().setUserAccessLevelCode(5);
+    show(rootScene());
+    BlockCodeViewMenu menu(m_view.get());
+    {
+        ControlHeld held;
+        prepareAt(menu, centreOf(m_and));
+    }
+    QAction* convert = actionOf(&menu, Convert);
+    QVERIFY(convert);
+    QVERIFY(convert->isEnabled());
+    // The conversion of the whole path needs at least three levels; the root's blocks have two.
+    convert->trigger();
+    QVERIFY(m_view->navigations.isEmpty());
+    QVERIFY(m_and->block()->isStandardBlock());
+}
+
+void tst_BlockCodeViewMenu::standardBlockConversionIsDisabledOnline()
+{
+    System::instance().setUserAccessLevelCode(5);
+    QVERIFY(m_model->area()->setOnline(true));
+    show(rootScene());
+    BlockCodeViewMenu menu(m_view.get());
+    {
+        ControlHeld held;
+        prepareAt(menu, centreOf(m_and));
+    }
+    QAction* convert = actionOf(&menu, Convert);
+    QVERIFY(convert);
+    QVERIFY(!convert->isEnabled());
+    m_model->area()->setOnline(false);
+}
+
+void tst_BlockCodeViewMenu::standardBlockConversionInADefinitionScene()
+{
+    System::instance().setUserAccessLevelCode(5);
+    BlockDefinitionScene* scene = BlockDefinitionScene::forCode(m_code);
+    show(scene);
+    BlockCodeViewMenu menu(m_view.get());
+    {
+        ControlHeld held;
+        prepareAt(menu, centreOf(m_and));
+    }
+    QAction* convert = actionOf(&menu, Convert);
+    QVERIFY(convert);
+    QVERIFY(convert->isEnabled());
+    convert->trigger();
+    QVERIFY(m_and->block()->isLocalBlock());
+    QCOMPARE(m_and->block()->originIdentifier(), QStringLiteral("StandardBlock_1"));
+    QCOMPARE(m_and->blockDefinition()->accessLevelWrite(), 0u);
+    QCOMPARE(scene->undoStack()->count(), 0);
+}
+
+void tst_BlockCodeViewMenu::faultyLocalBlockIsMended()
+{
+    m_and->unbindBlock();
+    QVERIFY(m_and->block()->isLocalBlock());
+    m_and->setError(1);
+    show(rootScene());
+    BlockCodeViewMenu menu(m_view.get());
+    prepareAt(menu, centreOf(m_and));
+    QAction* mend = actionOf(&menu, Convert);
+    QVERIFY(mend);
+    QVERIFY(!mend->isEnabled());
+    QVERIFY(!actionOf(&menu, Bind));
+    QVERIFY(!actionOf(&menu, ShowInLibrary));
+
+    show(BlockDefinitionScene::forCode(m_code));
+    prepareAt(menu, centreOf(m_and));
+    mend = actionOf(&menu, Convert);
+    QVERIFY(mend->isEnabled());
+    mend->trigger();
+    QCOMPARE(m_and->error(), 0);
+}
+
+void tst_BlockCodeViewMenu::localBlockIsBoundBack()
+{
+    BlockDefinition* library = m_and->blockDefinition();
+    m_and->unbindBlock();
+    QVERIFY(m_and->block()->isLocalBlock());
+    show(rootScene());
+    BlockCodeViewMenu menu(m_view.get());
+    prepareAt(menu, centreOf(m_and));
+    QAction* bind = actionOf(&menu, Bind);
+    QVERIFY(bind);
+    QVERIFY(!bind->isEnabled());
+
+    show(BlockDefinitionScene::forCode(m_code));
+    prepareAt(menu, centreOf(m_and));
+    bind = actionOf(&menu, Bind);
+    QVERIFY(bind->isEnabled());
+    bind->trigger();
+    QCOMPARE(m_and->blockDefinition(), library);
+}
+
+void tst_BlockCodeViewMenu::localParameterDefinitionBlockOffersNoConversion()
+{
+    BlockDefinition* root = m_code->blockDefinition();
+    Block* block = Block::createUserBlock();
+    root->ensureLocalBlockLibrary()->insertBlock(block);
+    BlockDefinition* definition = block->createDefinition();
+    QFile file(QStringLiteral(":/Resources/newParameter.txt"));
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    definition->attachParameterGeneralDefinition(0, ParameterDefinitionLoader::createAndLoadParameterDefinition(file.readAll()));
+    QVERIFY(definition->isParameterDefinitionBlock());
+    BlockInstance* holder = ModelBuilder::place(m_code, definition, {60, 10});
+    QVERIFY(holder->block()->isLocalBlock());
+    QCOMPARE(holder->error(), 0);
+    show(BlockDefinitionScene::forCode(m_code));
+    BlockCodeViewMenu menu(m_view.get());
+    prepareAt(menu, centreOf(holder));
+    const QStringList texts = textsOf(&menu);
+    QVERIFY(!texts.contains(Convert));
+    QVERIFY(!texts.contains(Bind));
+    QVERIFY(!texts.contains(ShowInLibrary));
+    // Nor can it be opened: it has no code, only a parameter.
+    QVERIFY(!texts.contains(QStringLiteral("Öffnen")));
+}
+
+void tst_BlockCodeViewMenu::userLibraryBlockConversions()
+{
+    Block* user = ModelBuilder::primitive(m_model->user()->library(), QStringLiteral("UserBlock_7"), QStringLiteral("EIGEN"),
+                                          {{QStringLiteral("E")}}, {{QStringLiteral("A")}});
+    BlockInstance* own = ModelBuilder::place(m_code, ModelBuilder::newest(user), {60, 10});
+    show(rootScene());
+    BlockCodeViewMenu menu(m_view.get());
+    prepareAt(menu, centreOf(own));
+    QStringList texts = textsOf(&menu);
+    const qsizetype library = texts.indexOf(ShowInLibrary);
+    QVERIFY(library >= 0);
+    QCOMPARE(texts.value(library + 1), Convert);
+    QCOMPARE(texts.value(library + 2), NewVersion);
+    QVERIFY(!actionOf(&menu, Convert)->isEnabled());
+    QVERIFY(!actionOf(&menu, NewVersion)->isEnabled());
+    QVERIFY(actionOf(&menu, ShowInLibrary)->isEnabled());
+
+    show(BlockDefinitionScene::forCode(m_code));
+    prepareAt(menu, centreOf(own));
+    QVERIFY(actionOf(&menu, Convert)->isEnabled());
+    QAction* version = actionOf(&menu, NewVersion);
+    QVERIFY(version->isEnabled());
+    version->trigger();
+    QCOMPARE(user->versions().size(), 2);
+    QCOMPARE(own->blockDefinition()->version(), user->versions().last());
+
+    prepareAt(menu, centreOf(own));
+    actionOf(&menu, Convert)->trigger();
+    QVERIFY(own->block()->isLocalBlock());
+}
+
+void tst_BlockCodeViewMenu::showInHierarchyView()
+{
+    show(rootScene());
+    m_view->path = QStringLiteral("A1:0.3");
+    QSignalSpy spy(m_view.get(), &BlockCodeView::needToShowInHierarchyView);
+    BlockCodeViewMenu menu(m_view.get());
+    prepareAt(menu, centreOf(m_not));
+    actionOf(&menu, ShowInHierarchy)->trigger();
+    QCOMPARE(spy.size(), 1);
+    QCOMPARE(spy.at(0).at(0).toString(), QStringLiteral("A1:0.3.%1").arg(m_not->identifier()));
+}
+
+void tst_BlockCodeViewMenu::showInLibraryView()
+{
+    show(rootScene());
+    QSignalSpy spy(m_view.get(), &BlockCodeView::needToShowInLibraryView);
+    BlockCodeViewMenu menu(m_view.get());
+    prepareAt(menu, centreOf(m_not));
+    QAction* library = actionOf(&menu, ShowInLibrary);
+    QVERIFY(library);
+    // The definition's type is only declared in the view's header, so the spy cannot keep the value.
+    QList<BlockDefinition*> seen;
+    connect(m_view.get(), &BlockCodeView::needToShowInLibraryView, this, [&](BlockDefinition* d) { seen.append(d); });
+    library->trigger();
+    QCOMPARE(spy.size(), 1);
+    QCOMPARE(seen, QList<BlockDefinition*>{m_not->blockDefinition()});
+}
+
+void tst_BlockCodeViewMenu::copyBlock()
+{
+    show(rootScene());
+    auto* scene = static_cast<BlockCodeScene*>(m_view->scene());
+    scene->blockItem(m_not->identifier())->setSelected(true);
+    QGuiApplication::clipboard()->clear();
+    BlockCodeViewMenu menu(m_view.get());
+    prepareAt(menu, centreOf(m_not));
+    QAction* copy = actionOf(&menu, QStringLiteral("Baustein kopieren"));
+    QVERIFY(copy);
+    QVERIFY(copy->isEnabled());
+    QCOMPARE(textsOf(&menu).last(), QStringLiteral("Baustein kopieren"));
+    copy->trigger();
+    const QMimeData* data = QGuiApplication::clipboard()->mimeData();
+    QVERIFY(data && data->hasFormat(BlockCode::TransferMimeType));
+}
+
+void tst_BlockCodeViewMenu::pinEntries()
+{
+    show(BlockDefinitionScene::forCode(m_code));
+    auto* scene = static_cast<BlockCodeScene*>(m_view->scene());
+    BlockPinItem* input = scene->blockItem(m_and->identifier())->pinItem(2);
+    QVERIFY(input);
+    QMenu expected;
+    input->addContextMenuActions(&expected);
+    BlockCodeViewMenu menu(m_view.get());
+    prepareAt(menu, input->mapToScene(1500, 0));
+    QCOMPARE(textsOf(&menu), textsOf(&expected));
+    QVERIFY(textsOf(&menu).contains(QStringLiteral("mit Konstante belegen")));
+}
+
+void tst_BlockCodeViewMenu::connectionEntries()
+{
+    show(rootScene());
+    auto* scene = static_cast<BlockCodeScene*>(m_view->scene());
+    ConnectionItem* connection = scene->connectionItemMap().value(m_wire);
+    BlockCodeViewMenu menu(m_view.get());
+    // Between the corners at (30, 11) and (30, 14).
+    prepareAt(menu, QPointF(30000, 12500));
+    QCOMPARE(textsOf(&menu), (QStringList{QStringLiteral("Verlauf hervorheben"), QStringLiteral("Verbindung löschen")}));
+    QVERIFY(!actionOf(&menu, QStringLiteral("Verbindung löschen"))->isEnabled());
+    m_view->readOnly = false;
+    prepareAt(menu, QPointF(30000, 12500));
+    QVERIFY(actionOf(&menu, QStringLiteral("Verbindung löschen"))->isEnabled());
+    Q_UNUSED(connection)
+}
+
+void tst_BlockCodeViewMenu::removingTheConnectionBypassesTheUndoStack()
+{
+    BlockDefinitionScene* scene = BlockDefinitionScene::forCode(m_code);
+    show(scene);
+    m_view->readOnly = false;
+    BlockCodeViewMenu menu(m_view.get());
+    prepareAt(menu, QPointF(30000, 12500));
+    actionOf(&menu, QStringLiteral("Verbindung löschen"))->trigger();
+    QVERIFY(m_code->connections().isEmpty());
+    QCOMPARE(scene->undoStack()->count(), 0);
+}
+
+void tst_BlockCodeViewMenu::removingTheConnectionNeedsADefinitionScene()
+{
+    show(rootScene());
+    m_view->readOnly = false;
+    BlockCodeViewMenu menu(m_view.get());
+    prepareAt(menu, QPointF(30000, 12500));
+    actionOf(&menu, QStringLiteral("Verbindung löschen"))->trigger();
+    QCOMPARE(m_code->connections().size(), 1);
+}
+
+void tst_BlockCodeViewMenu::signalLabelEntries()
+{
+    BlockInstanceHierarchyNode* root = m_model->area()->hierarchy()->rootNode();
+    QVERIFY(root->createSignalLabel(m_not->identifier(), 2, QStringLiteral("Ausgang"), 1));
+    BlockHierarchyNodeScene* scene = rootScene();
+    show(scene);
+    SignalLabelItem* label = nullptr;
+    for (QGraphicsItem* item : scene->items()) {
+        if ((label = dynamic_cast<SignalLabelItem*>(item)))
+            break;
+    }
+    QVERIFY(label);
+    QMenu expected;
+    label->addContextMenuActions(&expected);
+    QVERIFY(!textsOf(&expected).isEmpty());
+    BlockCodeViewMenu menu(m_view.get());
+    prepareAt(menu, label->sceneBoundingRect().center());
+    QCOMPARE(textsOf(&menu), textsOf(&expected));
+}
+
+void tst_BlockCodeViewMenu::viewEntriesOfAHierarchyNodeView()
+{
+    System::instance().setUserAccessLevelCode(5);
+    BlockHierarchyNodeView view;
+    view.resize(600, 400);
+    view.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&view));
+    view.setArea(m_model->area());
+    QVERIFY(qobject_cast<BlockHierarchyNodeScene*>(view.scene()));
+    BlockCodeViewMenu menu(&view);
+    menu.setView(&view);
+    menu.prepare(view.viewport()->mapToGlobal(view.mapFromScene(QPointF(500000, 500000))));
+    QStringList texts = textsOf(&menu);
+    QCOMPARE(texts.first(), QStringLiteral("&Bearbeiten"));
+    QAction* edit = actionOf(&menu, QStringLiteral("&Bearbeiten"));
+    QVERIFY(edit->isCheckable());
+    QCOMPARE(edit->isChecked(), view.isBlockDefinitionEditMode());
+    QCOMPARE(edit->isEnabled(), view.isEditAllowed());
+    QVERIFY(edit->isEnabled());
+    edit->setChecked(true);
+    QVERIFY(view.isBlockDefinitionEditMode());
+    QVERIFY(qobject_cast<BlockDefinitionScene*>(view.scene()));
+}
+
+void tst_BlockCodeViewMenu::viewEntriesOfOtherViews()
+{
+    show(rootScene());
+    BlockCodeViewMenu menu(m_view.get());
+    prepareAt(menu, QPointF(500000, 500000));
+    QVERIFY(!actionOf(&menu, QStringLiteral("&Bearbeiten")));
+    QAction* up = actionOf(&menu, QStringLiteral("Ebene höher"));
+    QVERIFY(!up->isEnabled());
+    m_view->stepOutAllowed = true;
+    prepareAt(menu, QPointF(500000, 500000));
+    up = actionOf(&menu, QStringLiteral("Ebene höher"));
+    QVERIFY(up->isEnabled());
+    up->trigger();
+    QCOMPARE(m_view->stepOuts, 1);
+    actionOf(&menu, QStringLiteral("Eigenschaften"))->trigger();
+    QCOMPARE(m_view->properties, 1);
+}
+
+void tst_BlockCodeViewMenu::undoAndRedoEntries()
+{
+    BlockDefinitionScene* scene = BlockDefinitionScene::forCode(m_code);
+    show(scene);
+    int undos = 0;
+    int redos = 0;
+    scene->undoStack()->push(new CountingCommand(&undos, &redos));
+    BlockCodeViewMenu menu(m_view.get());
+    prepareAt(menu, QPointF(500000, 500000));
+    QVERIFY(!actionOf(&menu, QStringLiteral("Rückgängig"))->isEnabled());
+    QVERIFY(!actionOf(&menu, QStringLiteral("Wiederherstellen"))->isEnabled());
+    m_view->readOnly = false;
+    prepareAt(menu, QPointF(500000, 500000));
+    actionOf(&menu, QStringLiteral("Rückgängig"))->trigger();
+    QCOMPARE(undos, 1);
+    actionOf(&menu, QStringLiteral("Wiederherstellen"))->trigger();
+    QCOMPARE(redos, 2);
+
+    // In a hierarchy scene there is no stack to work on.
+    show(rootScene());
+    prepareAt(menu, QPointF(500000, 500000));
+    actionOf(&menu, QStringLiteral("Rückgängig"))->trigger();
+    QCOMPARE(undos, 1);
+}
+
+void tst_BlockCodeViewMenu::pinDisplaySubmenu_data()
+{
+    QTest::addColumn<quint32>("level");
+    QTest::addColumn<int>("mode");
+    QTest::addColumn<QStringList>("entries");
+    QTest::addColumn<QString>("ticked");
+    const QStringList basic{QStringLiteral("Name"), QStringLiteral("Wert")};
+    const QStringList full{QStringLiteral("Name"), QStringLiteral("Wert"), QStringLiteral("Pfad"), QStringLiteral("Adresse")};
+    QTest::newRow("level 3, name") << quint32(3) << 0 << basic << QStringLiteral("Name");
+    QTest::newRow("level 4, path not offered") << quint32(4) << 1 << basic << QString();
+    QTest::newRow("level 3, address not offered") << quint32(3) << 2 << basic << QString();
+    QTest::newRow("level 5, name") << quint32(5) << 0 << full << QStringLiteral("Name");
+    QTest::newRow("level 5, path") << quint32(5) << 1 << full << QStringLiteral("Pfad");
+    QTest::newRow("level 5, address") << quint32(5) << 2 << full << QStringLiteral("Adresse");
+    QTest::newRow("level 5, value") << quint32(5) << 3 << full << QStringLiteral("Wert");
+}
+
+void tst_BlockCodeViewMenu::pinDisplaySubmenu()
+{
+    QFETCH(quint32, level);
+    QFETCH(int, mode);
+    QFETCH(QStringList, entries);
+    QFETCH(QString, ticked);
+    System::instance().setUserAccessLevelCode(level);
+    BlockHierarchyNodeScene* scene = rootScene();
+    switch (mode) {
+    case 1:
+        scene->showPinsLocationPath();
+        break;
+    case 2:
+        scene->showPinsMemoryAddress();
+        break;
+    case 3:
+        scene->showPinsCurrentValue();
+        break;
+    default:
+        scene->showPinsName();
+        break;
+    }
+    show(scene);
+    BlockCodeViewMenu menu(m_view.get());
+    prepareAt(menu, QPointF(500000, 500000));
+    QAction* entry = actionOf(&menu, QStringLiteral("Anschlüsse anzeigen als "));
+    QVERIFY(entry && entry->menu());
+    QMenu* pins = entry->menu();
+    QCOMPARE(textsOf(pins), entries);
+    QStringList checked;
+    for (QAction* action : pins->actions()) {
+        QVERIFY(action->isCheckable());
+        QVERIFY(!action->actionGroup());
+        if (action->isChecked())
+            checked.append(action->text());
+    }
+    QCOMPARE(checked, ticked.isEmpty() ? QStringList() : QStringList{ticked});
+    const QList<QActionGroup*> groups = pins->findChildren<QActionGroup*>();
+    QCOMPARE(groups.size(), 1);
+    QVERIFY(groups.first()->isExclusive());
+    QVERIFY(groups.first()->actions().isEmpty());
+}
+
+void tst_BlockCodeViewMenu::pinDisplaySubmenuDrivesTheScene()
+{
+    System::instance().setUserAccessLevelCode(5);
+    BlockHierarchyNodeScene* scene = rootScene();
+    show(scene);
+    BlockCodeViewMenu menu(m_view.get());
+    prepareAt(menu, QPointF(500000, 500000));
+    QMenu* pins = actionOf(&menu, QStringLiteral("Anschlüsse anzeigen als "))->menu();
+    actionOf(pins, QStringLiteral("Pfad"))->trigger();
+    QCOMPARE(scene->pinDisplayMode(), 1);
+    actionOf(pins, QStringLiteral("Adresse"))->trigger();
+    QCOMPARE(scene->pinDisplayMode(), 2);
+    actionOf(pins, QStringLiteral("Name"))->trigger();
+    QCOMPARE(scene->pinDisplayMode(), 0);
+}
+
+void tst_BlockCodeViewMenu::valueIsTickedOfflineButDisabled()
+{
+    BlockHierarchyNodeScene* scene = rootScene();
+    scene->showPinsCurrentValue();
+    show(scene);
+    BlockCodeViewMenu menu(m_view.get());
+    prepareAt(menu, QPointF(500000, 500000));
+    QMenu* pins = actionOf(&menu, QStringLiteral("Anschlüsse anzeigen als "))->menu();
+    QAction* value = actionOf(pins, QStringLiteral("Wert"));
+    QVERIFY(!value->isEnabled());
+    QVERIFY(value->isChecked());
+
+    QVERIFY(m_model->area()->setOnline(true));
+    scene->showPinsCurrentValue();
+    prepareAt(menu, QPointF(500000, 500000));
+    pins = actionOf(&menu, QStringLiteral("Anschlüsse anzeigen als "))->menu();
+    QVERIFY(actionOf(pins, QStringLiteral("Wert"))->isEnabled());
+    m_model->area()->setOnline(false);
+}
+
+void tst_BlockCodeViewMenu::unbindIncludingTheHierarchy()
+{
+    System::instance().setUserAccessLevelCode(5);
+    BlockInstanceHierarchyNode* reglerNode = m_model->area()->hierarchy()->rootNode()->instanceNode(m_regler->identifier());
+    QVERIFY(reglerNode);
+    BlockHierarchyNodeScene* scene = BlockHierarchyNodeScene::forNode(reglerNode);
+    show(scene);
+    BlockInstance* inner = scene->blockItemMap().first()->blockInstance();
+    QVERIFY(inner->block()->isStandardBlock());
+    BlockCodeViewMenu menu(m_view.get());
+    {
+        ControlHeld held;
+        prepareAt(menu, centreOf(inner));
+    }
+    QAction* convert = actionOf(&menu, Convert);
+    QVERIFY(convert);
+    QVERIFY(convert->isEnabled());
+    const QString reglerPath = QStringLiteral("A1:0.%1").arg(m_regler->identifier());
+    const unsigned int innerIdentifier = inner->identifier();
+    convert->trigger();
+
+    QCOMPARE(m_view->navigations,
+             (QStringList{reglerPath, reglerPath + QStringLiteral(".%1").arg(innerIdentifier)}));
+    QVERIFY(!QApplication::overrideCursor());
+    // Every standard block on the path became the user's own, from the root down.
+    QVERIFY(m_regler->block()->isLocalBlock());
+    QCOMPARE(m_regler->blockDefinition()->accessLevelWrite(), 0u);
+    BlockInstance* converted = m_regler->blockDefinition()->code()->instance(innerIdentifier);
+    QVERIFY(converted);
+    QVERIFY(converted->block()->isLocalBlock());
+    QCOMPARE(converted->blockDefinition()->accessLevelWrite(), 0u);
+    // The library's block is untouched.
+    Block* library = m_model->block(QStringLiteral("StandardBlock_20"));
+    QVERIFY(ModelBuilder::newest(library)->code()->instances().first()->block()->isStandardBlock());
+}
+
+void tst_BlockCodeViewMenu::unbindIncludingTheHierarchyNeedsThreeLevels()
+{
+    show(rootScene());
+    BlockCodeViewMenu menu(m_view.get());
+    System::instance().setUserAccessLevelCode(5);
+    {
+        ControlHeld held;
+        prepareAt(menu, centreOf(m_regler));
+    }
+    actionOf(&menu, Convert)->trigger();
+    QVERIFY(m_view->navigations.isEmpty());
+    QVERIFY(m_regler->block()->isStandardBlock());
+}
+
+void tst_BlockCodeViewMenu::unbindDoItWithAnEmptyStack()
+{
+    BlockCodeViewMenu menu(m_view.get());
+    auto* d = menu.findChild<BlockCodeViewMenuPrivate*>();
+    QVERIFY(d);
+    d->unbindStandardBlockToLocalBlockIncludeHierarchyDoIt(m_model->area()->hierarchy(), QStringList());
+    d->unbindStandardBlockToLocalBlockIncludeHierarchyDoIt(nullptr, QStringList{QStringLiteral("0")});
+    QVERIFY(m_regler->block()->isStandardBlock());
+    // The root alone is no standard block: nothing changes.
+    d->unbindStandardBlockToLocalBlockIncludeHierarchyDoIt(m_model->area()->hierarchy(), QStringList{QStringLiteral("0")});
+    QVERIFY(m_regler->block()->isStandardBlock());
+    QVERIFY(m_and->block()->isStandardBlock());
+    // A number that names no block ends the walk.
+    d->unbindStandardBlockToLocalBlockIncludeHierarchyDoIt(m_model->area()->hierarchy(),
+                                                           QStringList{QStringLiteral("0"), QStringLiteral("99"),
+                                                                       QStringLiteral("1")});
+    QVERIFY(m_and->block()->isStandardBlock());
+}
+
+void tst_BlockCodeViewMenu::itemThatDiesWhileTheMenuIsOpen()
+{
+    BlockHierarchyNodeScene* scene = rootScene();
+    show(scene);
+    QSignalSpy hierarchy(m_view.get(), &BlockCodeView::needToShowInHierarchyView);
+    QSignalSpy library(m_view.get(), &BlockCodeView::needToShowInLibraryView);
+    BlockCodeViewMenu menu(m_view.get());
+    prepareAt(menu, centreOf(m_not));
+    QAction* showInHierarchy = actionOf(&menu, ShowInHierarchy);
+    QAction* showInLibrary = actionOf(&menu, ShowInLibrary);
+    const unsigned int identifier = m_not->identifier();
+    // An active scene deletes the item of a removed instance at once.
+    QEvent activate(QEvent::WindowActivate);
+    QApplication::sendEvent(scene, &activate);
+    m_code->deleteInstance(identifier);
+    QVERIFY(!scene->blockItem(identifier));
+    showInHierarchy->trigger();
+    showInLibrary->trigger();
+    QCOMPARE(hierarchy.size(), 0);
+    QCOMPARE(library.size(), 0);
+}
+
+ZK_TEST_REGISTER(tst_BlockCodeViewMenu)
+#include "tst_BlockCodeViewMenu.moc"

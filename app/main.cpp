@@ -1,10 +1,13 @@
+#include "StudioWalk.h"
 #include "StudioWindow.h"
 
 #include "Project.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QDir>
 #include <QScreen>
+#include <QSettings>
 #include <QTimer>
 
 #include <cstdio>
@@ -22,17 +25,42 @@ int main(int argc, char** argv)
     QCommandLineOption screenshot(QStringLiteral("screenshot"), QStringLiteral("Bild des Fensters nach dem Start schreiben und beenden"),
                                   QStringLiteral("file"));
     parser.addOption(screenshot);
+    QCommandLineOption walk(QStringLiteral("walk"),
+                            QStringLiteral("Einen festen Rundgang durch das Beispielprojekt gehen, nach jedem Schritt ein Bild "
+                                           "in das Verzeichnis schreiben und beenden"),
+                            QStringLiteral("directory"));
+    parser.addOption(walk);
     parser.process(app);
+
+    const bool walking = parser.isSet(walk);
+    if (walking) {
+        // The walk starts from a first start's layout and leaves the user's own settings alone.
+        const QString settings = QDir(parser.value(walk)).absoluteFilePath(QStringLiteral("settings"));
+        QDir(settings).removeRecursively();
+        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, settings);
+        QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, settings);
+    }
 
     StudioWindow window;
     const QStringList args = parser.positionalArguments();
-    if (!args.isEmpty())
+    if (!args.isEmpty() && !walking)
         window.openProject(args.first());
     else
         window.openSample();
+    if (walking) {
+        const QRect screen = window.screen() ? window.screen()->availableGeometry() : QRect(0, 0, 1600, 1000);
+        window.resize(screen.size().boundedTo(QSize(1560, 960)));
+    }
     window.show();
 
-    if (parser.isSet(screenshot)) {
+    if (walking) {
+        auto* tour = new StudioWalk(&window, parser.value(walk));
+        QObject::connect(tour, &StudioWalk::finished, &app, [](bool ok) {
+            std::printf(ok ? "walk finished\n" : "walk finished with failures\n");
+            QApplication::exit(ok ? 0 : 1);
+        });
+        tour->start();
+    } else if (parser.isSet(screenshot)) {
         const QString file = parser.value(screenshot);
         QTimer::singleShot(800, &window, [&window, file] {
             const bool ok = window.grab().save(file);

@@ -513,6 +513,29 @@ def standard_blocks():
     return blocks
 
 
+def magnitude_limiter():
+    """Betragsbegrenzer: clamps the input to [-L, L]. Both controllers limit this way, so it is one
+    block of its own, and its inside is a level the user can open."""
+    c = Code()
+    p1 = pin_in(c, 1, 2, 2)
+    p2 = pin_in(c, 2, 2, 6)
+    neg = c.add("StandardBlock_21", 10, 5, name="Untergrenze", initial={1: "0"})
+    lim = c.add("StandardBlock_43", 18, 2, name="Begrenzung")
+    out = pin_out(c, 3, 26, 2)
+    comment(c, 2, 12, ["Betragsbegrenzer: der Eingang wird auf", "den Bereich -L bis +L begrenzt."], width=20)
+    c.wire(p1, 1, lim, 1)
+    c.wire(p2, 1, neg, 2)
+    c.wire(neg, 3, lim, 2, lane=16)
+    c.wire(p2, 1, lim, 3, via=[(9, 7), (9, 10), (17, 10), (17, 5)])
+    c.wire(lim, 4, out, 1)
+    pins = [pin(1, IN, REAL, "E", "Eingang", "Input", "Der zu begrenzende Wert."),
+            pin(2, IN, REAL, "L", "Grenze", "Limit", "Größter zulässiger Betrag."),
+            pin(3, OUTPUT, REAL, "A", "Ausgang", "Output", "E, begrenzt auf den Bereich -L bis +L.")]
+    return definition(pins, code=c.json(), icon_name="limit",
+                      description=("Begrenzt den Eingang symmetrisch auf den Bereich von -L bis +L.",
+                                   "Clamps the input to [-L, L]."))
+
+
 def speed_controller(version):
     """Drehzahlregler: PI on the speed error, torque limited symmetrically. Version 1 smooths the
     actual speed first, which is what the axes use; version 0 stays for older programs."""
@@ -528,19 +551,16 @@ def speed_controller(version):
         actual, actual_pin = f, 3
     e = c.add("StandardBlock_21", 10 + shift, 2, name="Regelabweichung")
     pi = c.add("StandardBlock_61", 18 + shift, 2, name="Drehzahl-PI", initial={2: "0", 3: "0.8", 4: "0.5"})
-    neg = c.add("StandardBlock_21", 10 + shift, 11, name="Untere Momentgrenze", initial={1: "0"})
-    lim = c.add("StandardBlock_43", 26 + shift, 2, name="Momentbegrenzung")
+    lim = c.add("StandardBlock_44", 26 + shift, 2, name="Momentbegrenzung")
     out = pin_out(c, 4, 34 + shift, 2)
     comment(c, 2, 18, ["Drehzahlregler: PI auf die Regelabweichung,",
                        "Moment symmetrisch auf ±MMAX begrenzt."], width=22)
     c.wire(p1, 1, e, 1)
     c.wire(actual, actual_pin, e, 2, lane=8 + shift)
     c.wire(e, 3, pi, 1)
-    c.wire(p3, 1, neg, 2)
     c.wire(pi, 5, lim, 1)
-    c.wire(neg, 3, lim, 2, lane=24 + shift)
-    c.wire(p3, 1, lim, 3, via=[(9, 13), (9, 16), (25 + shift, 16), (25 + shift, 5)])
-    c.wire(lim, 4, out, 1)
+    c.wire(p3, 1, lim, 2, via=[(9, 13), (9, 16), (25 + shift, 16), (25 + shift, 4)])
+    c.wire(lim, 3, out, 1)
     pins = [pin(1, IN, REAL, "NSOLL", "Drehzahl Soll", "Speed set point", "Drehzahlsollwert in 1/min."),
             pin(2, IN, REAL, "NIST", "Drehzahl Ist", "Actual speed", "Gemessene Drehzahl in 1/min."),
             pin(3, IN, REAL, "MMAX", "Momentgrenze", "Torque limit", "Größtes zulässiges Moment in Nm."),
@@ -558,18 +578,15 @@ def position_controller():
     p3 = pin_in(c, 3, 2, 12)
     e = c.add("StandardBlock_21", 10, 2, name="Schleppabstand")
     kv = c.add("StandardBlock_22", 18, 2, name="KV-Faktor", initial={2: "2.5"})
-    neg = c.add("StandardBlock_21", 10, 11, name="Untere Drehzahlgrenze", initial={1: "0"})
-    lim = c.add("StandardBlock_43", 26, 2, name="Drehzahlbegrenzung")
+    lim = c.add("StandardBlock_44", 26, 2, name="Drehzahlbegrenzung")
     out = pin_out(c, 4, 34, 2)
     comment(c, 2, 18, ["Lageregler: P-Regler mit KV = 2,5 1/s,", "Ausgang auf ±NMAX begrenzt."], width=20)
     c.wire(p1, 1, e, 1)
     c.wire(p2, 1, e, 2, lane=8)
     c.wire(e, 3, kv, 1)
-    c.wire(p3, 1, neg, 2)
     c.wire(kv, 3, lim, 1)
-    c.wire(neg, 3, lim, 2, lane=24)
-    c.wire(p3, 1, lim, 3, via=[(9, 13), (9, 16), (25, 16), (25, 5)])
-    c.wire(lim, 4, out, 1)
+    c.wire(p3, 1, lim, 2, via=[(9, 13), (9, 16), (25, 16), (25, 4)])
+    c.wire(lim, 3, out, 1)
     pins = [pin(1, IN, REAL, "XSOLL", "Lage Soll", "Position set point", "Lagesollwert in Grad."),
             pin(2, IN, REAL, "XIST", "Lage Ist", "Actual position", "Gemessene Lage in Grad."),
             pin(3, IN, REAL, "NMAX", "Drehzahlgrenze", "Speed limit", "Größte zulässige Drehzahl in 1/min."),
@@ -688,6 +705,7 @@ def templates():
 def standard_library():
     # System blocks first: the composite blocks below draw pin blocks and need their shapes.
     blocks = system_blocks() + standard_blocks()
+    blocks.append(block("StandardBlock_44", "Betragsbegrenzer", "Magnitude limiter", "LIMS", SELECT, [magnitude_limiter()]))
     blocks.append(block("StandardBlock_70", "Drehzahlregler", "Speed controller", "NREG", LOOPS,
                         [speed_controller(0), speed_controller(1)]))
     blocks.append(block("StandardBlock_71", "Lageregler", "Position controller", "LREG", LOOPS, [position_controller()]))

@@ -2,6 +2,8 @@
 
 #include "BlockCodeViewMenu.h"
 #include "BlockCodeViewPrivate.h"
+#include "BlockCodeScene.h"
+#include "BlockItem.h"
 #include "BlockFinder.h"
 
 #include <QContextMenuEvent>
@@ -83,6 +85,19 @@ void BlockCodeView::findNextBlock()
 void BlockCodeView::findPreviousBlock()
 {
     d->blockFinder->onSearchPreviousButton();
+}
+
+bool BlockCodeView::centreOnBlockItem(BlockCodeScene* pScene, uint identifier, bool selectItem)
+{
+    BlockItem* item = pScene ? pScene->blockItem(identifier) : nullptr;
+    if (!item)
+        return false;
+    centerOn(item);
+    if (selectItem) {
+        pScene->clearSelection();
+        item->setSelected(true);
+    }
+    return true;
 }
 
 void BlockCodeView::mousePressEvent(QMouseEvent* event)

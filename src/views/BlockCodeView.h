@@ -7,6 +7,7 @@
 #include <QString>
 
 class BlockCheckIssueView;
+class BlockCodeScene;
 class BlockCodeViewPrivate;
 class BlockDefinition;
 class QComboBox;
@@ -72,6 +73,10 @@ public Q_SLOTS:
     void findPreviousBlock();
 
 protected:
+    // What both concrete views do for scrollToItem on the scene they show: centre on the block and,
+    // if asked, make it the only selected item. False when the scene has no such block.
+    bool centreOnBlockItem(BlockCodeScene* pScene, uint identifier, bool selectItem);
+
     void mousePressEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
     void mouseDoubleClickEvent(QMouseEvent* event) override;

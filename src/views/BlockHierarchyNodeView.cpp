@@ -590,16 +590,7 @@ bool BlockHierarchyNodeView::stepOut()
 
 bool BlockHierarchyNodeView::scrollToItem(uint identifier, bool selectItem)
 {
-    BlockCodeScene* scene = d->codeScene();
-    BlockItem* item = scene ? scene->blockItem(identifier) : nullptr;
-    if (!item)
-        return false;
-    centerOn(item);
-    if (selectItem) {
-        scene->clearSelection();
-        item->setSelected(true);
-    }
-    return true;
+    return centreOnBlockItem(d->codeScene(), identifier, selectItem);
 }
 
 void BlockHierarchyNodeView::showBlockProperties()

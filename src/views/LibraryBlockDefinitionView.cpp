@@ -213,16 +213,7 @@ bool LibraryBlockDefinitionView::stepOut()
 
 bool LibraryBlockDefinitionView::scrollToItem(uint identifier, bool selectItem)
 {
-    BlockDefinitionScene* scene = d->definitionScene();
-    BlockItem* item = scene ? scene->blockItem(identifier) : nullptr;
-    if (!item)
-        return false;
-    centerOn(item);
-    if (selectItem) {
-        scene->clearSelection();
-        item->setSelected(true);
-    }
-    return true;
+    return centreOnBlockItem(d->definitionScene(), identifier, selectItem);
 }
 
 void LibraryBlockDefinitionView::showBlockProperties()

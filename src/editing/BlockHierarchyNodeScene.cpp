@@ -120,8 +120,10 @@ void BlockHierarchyNodeScene::rebuild()
     if (!node)
         return;
     // Label items hang on pin items, which a rebuild may have made anew.
-    const QMap<unsigned int, BlockItem*> blocks = blockItemMap();
     const QList<SignalLabel*> labels = node->signalLabels();
+    if (labels.isEmpty())
+        return;
+    const QMap<unsigned int, BlockItem*> blocks = blockItemMap();
     for (SignalLabel* label : labels) {
         BlockItem* block = blocks.value(label->instanceIdentifier());
         if (!block)

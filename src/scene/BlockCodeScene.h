@@ -11,6 +11,7 @@
 
 class BlockCode;
 class BlockCodeScenePrivate;
+class BlockDefinition;
 class BlockInstance;
 class BlockInstanceArea;
 class BlockInstanceHierarchyNode;
@@ -23,6 +24,7 @@ class ConnectionNodeItem;
 class QEvent;
 class QGraphicsRectItem;
 class QKeyEvent;
+class SignalLabelHostItem;
 class SignalLabelItem;
 
 // The scene that mirrors one BlockCode as items. It never keeps model data: every update re-reads
@@ -95,10 +97,34 @@ private Q_SLOTS:
 
 private:
     friend class BlockCodeScenePrivate;
-    // Block items announce themselves so that look-ups by identifier or instance need no scan.
+    // Block and connection items announce themselves, and block items their selection, so that
+    // look-ups by identifier, instance or connection and the selection signal need no scan.
     friend class BlockItemPrivate;
+    friend class BlockPinItemPrivate;
+    friend class ConnectionItemPrivate;
+    friend class ConnectionNodeItemPrivate;
     void registerBlockItem(BlockItem* item);
     void unregisterBlockItem(BlockItem* item, const BlockInstance* instance);
+    void blockItemSelectionChanging(BlockItem* item, bool selected);
+    void registerConnectionItem(ConnectionItem* item);
+    void unregisterConnectionItem(ConnectionItem* item);
+    // Whether some selected item is not a connection node: a node moving with such a selection
+    // keeps its offset from the raster.
+    bool selectionHoldsOtherThanNodes();
+    // The toolkit tells the children that follow scene positions (label hosts, connection nodes)
+    // of a moved item by walking all such children of the scene, which makes moving many blocks
+    // quadratic. While the code's change signals are blocked (a group move, an update), a moving
+    // block takes one of its hosts out of that list for the move, which stops the walk, and tells
+    // its own children itself; the host goes back before anything else can move or look.
+    void suspendScenePositionWalk(SignalLabelHostItem* standIn);
+    SignalLabelHostItem* suspendedScenePositionWalk() const;
+    void resumeScenePositionWalk();
+    // The tool tip text of a definition, read once per definition while a rebuild runs: all
+    // instances of one block share it, and the model makes it anew at each call.
+    QString definitionToolTip(const BlockDefinition* definition);
+    // True while a rebuild runs, which ends by repainting the whole scene: an item's own request
+    // for a repaint would only cost.
+    bool repaintsWhole() const;
 
     std::unique_ptr<BlockCodeScenePrivate> d;
 };

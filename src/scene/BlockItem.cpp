@@ -13,20 +13,22 @@
 #include "ParameterDefinition.h"
 #include "ParameterDefinitionSaver.h"
 #include "ParameterText.h"
+#include "SignalLabelHostItem.h"
 #include "System.h"
 
 #include <QAction>
 #include <QFontMetrics>
 #include <QGraphicsScene>
 #include <QGraphicsSceneMouseEvent>
+#include <QHash>
 #include <QImage>
-#include <QMap>
 #include <QMenu>
 #include <QPainter>
 #include <QPen>
 #include <QPointer>
 #include <QStyle>
 #include <QStyleOptionGraphicsItem>
+#include <QVarLengthArray>
 
 #include <algorithm>
 #include <cmath>
@@ -46,6 +48,31 @@ QString numberOrHyphen(unsigned int value)
     return value ? QString::number(value) : QStringLiteral("-");
 }
 
+// Blocks take their outline and background from a handful of colours. A view paints every block
+// in sight, and a pen or brush made anew each time costs an allocation; these are made once.
+const QPen& outlinePen(const QColor& colour)
+{
+    static QHash<quint64, QPen> pens;
+    const quint64 key = colour.rgba64();
+    auto it = pens.find(key);
+    if (it == pens.end()) {
+        QPen pen(colour, 0);
+        pen.setCosmetic(true);
+        it = pens.insert(key, pen);
+    }
+    return it.value();
+}
+
+const QBrush& solidBrush(const QColor& colour)
+{
+    static QHash<quint64, QBrush> brushes;
+    const quint64 key = colour.rgba64();
+    auto it = brushes.find(key);
+    if (it == brushes.end())
+        it = brushes.insert(key, QBrush(colour, Qt::SolidPattern));
+    return it.value();
+}
+
 } // namespace
 
 class BlockItemPrivate
@@ -59,6 +86,12 @@ public:
 
     void joinIndex();
     void leaveIndex();
+    BlockCodeScene* indexingScene() const;
+    void selectionChanging(bool selected);
+    QString definitionToolTip(const BlockDefinition* definition) const;
+    void prepareMove(const QPointF& target);
+    void tellFollowers();
+    static void tellFollowers(QGraphicsItem* item, const SignalLabelHostItem* standIn);
 
     unsigned int identifier = 0;
     BlockCodeScene* scene = nullptr;
@@ -72,7 +105,69 @@ public:
     // more, and a typed weak pointer would cast it to one.
     QPointer<QObject> indexedIn;
     const BlockInstance* indexedInstance = nullptr;
+    // This move stopped the toolkit's walk over scene position followers; the item tells its own.
+    bool tellsFollowers = false;
+    // The pin children in childItems() order with their identifiers at the time; made anew when a
+    // child comes or goes.
+    struct PinEntry
+    {
+        int identifier;
+        BlockPinItem* pin;
+    };
+    QVarLengthArray<PinEntry, 4> pinIndex;
+    bool pinIndexValid = false;
+    QString toolTipShown;
 };
+
+namespace {
+
+// Grants the one call that a moved item makes on its children in the toolkit's stead.
+struct FollowerAccess : QGraphicsItem
+{
+    using QGraphicsItem::itemChange;
+};
+
+} // namespace
+
+void BlockItemPrivate::prepareMove(const QPointF& target)
+{
+    tellsFollowers = false;
+    BlockCodeScene* codeScene = indexingScene();
+    if (!codeScene)
+        return;
+    codeScene->resumeScenePositionWalk();
+    BlockCode* code = instance ? instance->ownerCode() : nullptr;
+    if (target == q->pos() || !code || !code->changeSignalsBlocked())
+        return;
+    const QList<QGraphicsItem*> children = q->childItems();
+    for (QGraphicsItem* child : children) {
+        auto* pin = dynamic_cast<BlockPinItem*>(child);
+        SignalLabelHostItem* host = pin ? pin->signalLabelHost() : nullptr;
+        if (host && (host->flags() & QGraphicsItem::ItemSendsScenePositionChanges)) {
+            codeScene->suspendScenePositionWalk(host);
+            tellsFollowers = true;
+            return;
+        }
+    }
+}
+
+void BlockItemPrivate::tellFollowers()
+{
+    tellsFollowers = false;
+    BlockCodeScene* codeScene = indexingScene();
+    tellFollowers(q, codeScene ? codeScene->suspendedScenePositionWalk() : nullptr);
+}
+
+void BlockItemPrivate::tellFollowers(QGraphicsItem* item, const SignalLabelHostItem* standIn)
+{
+    const auto notify = &FollowerAccess::itemChange;
+    const QList<QGraphicsItem*> children = item->childItems();
+    for (QGraphicsItem* child : children) {
+        if ((child->flags() & QGraphicsItem::ItemSendsScenePositionChanges) || child == standIn)
+            (child->*notify)(QGraphicsItem::ItemScenePositionHasChanged, child->scenePos());
+        tellFollowers(child, standIn);
+    }
+}
 
 void BlockItemPrivate::joinIndex()
 {
@@ -83,6 +178,27 @@ void BlockItemPrivate::joinIndex()
     indexedIn = codeScene;
     indexedInstance = instance.data();
     codeScene->registerBlockItem(q);
+}
+
+BlockCodeScene* BlockItemPrivate::indexingScene() const
+{
+    if (!indexedIn)
+        return nullptr;
+    auto* scene = qobject_cast<BlockCodeScene*>(q->scene());
+    return scene == indexedIn.data() ? scene : nullptr;
+}
+
+QString BlockItemPrivate::definitionToolTip(const BlockDefinition* definition) const
+{
+    if (!definition)
+        return QString();
+    return scene ? scene->definitionToolTip(definition) : definition->toolTipText();
+}
+
+void BlockItemPrivate::selectionChanging(bool selected)
+{
+    if (BlockCodeScene* indexing = indexingScene())
+        indexing->blockItemSelectionChanging(q, selected);
 }
 
 void BlockItemPrivate::leaveIndex()
@@ -102,21 +218,25 @@ BlockItem::BlockItem(BlockCodeScene* pScene, BlockInstance* pInstance)
     , QGraphicsRectItem()
     , d(std::make_unique<BlockItemPrivate>(this))
 {
-    pScene->addItem(this);
-    setFlags(ItemIsSelectable | ItemSendsGeometryChanges);
+    // Flags and stacking before the item joins the scene, where each setter costs bookkeeping;
+    // the position after, as the move into place writes the snapped position to the model.
+    GraphicsItemFlags flags = ItemIsSelectable | ItemSendsGeometryChanges;
+    if (pScene->isDefinitionScene())
+        flags |= ItemIsMovable;
+    setFlags(flags);
     setAcceptHoverEvents(true);
+    setZValue(-2.0);
+    pScene->addItem(this);
     if (pInstance) {
         if (BlockDefinition* definition = pInstance->blockDefinition())
             connect(definition, &BlockDefinition::redrawRequired, this, &BlockItem::onRedrawRequired);
     }
-    setFlag(ItemIsMovable, pScene->isDefinitionScene());
     d->identifier = pInstance ? pInstance->identifier() : 0;
     d->instance = pInstance;
     d->scene = pScene;
     d->joinIndex();
     if (pInstance)
         setPos(pInstance->position() * BlockCodeScene::ModelUnit);
-    setZValue(-2.0);
     BlockItem::updateFromInstance();
 }
 
@@ -143,7 +263,7 @@ void BlockItem::updateFromInstance()
         setPos(instance->position() * BlockCodeScene::ModelUnit);
 
         BlockDefinition* definition = instance->blockDefinition();
-        QString text = definition ? definition->toolTipText() : QString();
+        QString text = d->definitionToolTip(definition);
         ParameterDefinition* parameter = definition && definition->isParameterDefinitionBlock()
                                              ? definition->parameterDefinition(WholeBlockParameterArea, 0)
                                              : nullptr;
@@ -159,7 +279,12 @@ void BlockItem::updateFromInstance()
         const QString note = instance->note();
         if (!note.isEmpty())
             text += QStringLiteral("<hr>") + note;
-        setToolTip(text);
+        // Compared with what this item set last: every change of the code updates every block,
+        // and reading the item's own tool tip back costs more than the comparison.
+        if (text != d->toolTipShown) {
+            setToolTip(text);
+            d->toolTipShown = text;
+        }
     }
     updatePins();
 }
@@ -231,6 +356,32 @@ unsigned int BlockItem::identifier() const
 
 BlockPinItem* BlockItem::pinItem(int pinIdentifier) const
 {
+    return indexedPinItem(pinIdentifier, false);
+}
+
+BlockPinItem* BlockItem::indexedPinItem(int pinIdentifier, bool pinsJustRead) const
+{
+    // Connection items ask for both ends of every route at every update. The index keeps the pin
+    // children in order with the identifier each had; a pin only ever loses its identifier (its
+    // pin is gone: 0), so the first entry that still has the wanted one is the first child that
+    // has it. Pins that are gone are many and alike: those are looked up the long way.
+    if (pinIdentifier != 0) {
+        if (!d->pinIndexValid) {
+            d->pinIndex.clear();
+            const QList<QGraphicsItem*> children = childItems();
+            for (QGraphicsItem* child : children) {
+                if (auto* pin = dynamic_cast<BlockPinItem*>(child))
+                    d->pinIndex.append({pin->identifier(), pin});
+            }
+            d->pinIndexValid = true;
+        }
+        // Right after this item read its pins, the entries are as they are.
+        for (const BlockItemPrivate::PinEntry& entry : std::as_const(d->pinIndex)) {
+            if (entry.identifier == pinIdentifier && (pinsJustRead || entry.pin->identifier() == pinIdentifier))
+                return entry.pin;
+        }
+        return nullptr;
+    }
     const QList<QGraphicsItem*> children = childItems();
     for (QGraphicsItem* child : children) {
         auto* pin = dynamic_cast<BlockPinItem*>(child);
@@ -242,16 +393,35 @@ BlockPinItem* BlockItem::pinItem(int pinIdentifier) const
 
 QList<BlockPinItem*> BlockItem::pinItems() const
 {
-    QList<BlockPinItem*> pins;
+    struct Entry
+    {
+        unsigned int key;
+        BlockPinItem* pin;
+    };
+    QVarLengthArray<Entry, 8> entries;
     const QList<QGraphicsItem*> children = childItems();
     for (QGraphicsItem* child : children) {
         if (auto* pin = dynamic_cast<BlockPinItem*>(child))
-            pins.append(pin);
+            entries.append({static_cast<unsigned int>(pin->identifier()), pin});
     }
-    // As unsigned values the enable pin (-1) sorts after all others.
-    std::stable_sort(pins.begin(), pins.end(), [](BlockPinItem* a, BlockPinItem* b) {
-        return static_cast<unsigned int>(a->identifier()) < static_cast<unsigned int>(b->identifier());
-    });
+    // As unsigned values the enable pin (-1) sorts after all others. The order is stable, and a
+    // block has a handful of pins: sorting in place spares the buffer a stable sort would take.
+    const auto byKey = [](const Entry& a, const Entry& b) { return a.key < b.key; };
+    if (entries.size() > 16) {
+        std::stable_sort(entries.begin(), entries.end(), byKey);
+    } else {
+        for (qsizetype i = 1; i < entries.size(); ++i) {
+            const Entry entry = entries[i];
+            qsizetype j = i;
+            for (; j > 0 && byKey(entry, entries[j - 1]); --j)
+                entries[j] = entries[j - 1];
+            entries[j] = entry;
+        }
+    }
+    QList<BlockPinItem*> pins;
+    pins.reserve(entries.size());
+    for (const Entry& entry : entries)
+        pins.append(entry.pin);
     return pins;
 }
 
@@ -280,23 +450,58 @@ QPointF BlockItem::pinPosition(int pinIdentifier) const
 void BlockItem::updatePins()
 {
     // Updating one pin may delete another (its connection nodes move, the model reacts); weak
-    // references notice that.
-    QMap<int, QPointer<BlockPinItem>> remaining;
-    const QList<BlockPinItem*> existing = pinItems();
-    for (BlockPinItem* pin : existing)
-        remaining.insert(pin->identifier(), pin);
+    // references notice that. Of several items with one identifier (pins that are gone all have
+    // 0) the last in pinItems() order stands for it; the others are left as they are.
+    struct Remaining
+    {
+        int identifier;
+        QPointer<BlockPinItem> item;
+        bool taken;
+    };
+    QVarLengthArray<Remaining, 8> remaining;
+    // Children in their order: of equal identifiers the last one stands, as with pinItems(),
+    // whose sort keeps that order among equals.
+    const QList<QGraphicsItem*> children = childItems();
+    for (QGraphicsItem* child : children) {
+        auto* pin = dynamic_cast<BlockPinItem*>(child);
+        if (!pin)
+            continue;
+        const int identifier = pin->identifier();
+        auto it = std::find_if(remaining.begin(), remaining.end(),
+                               [identifier](const Remaining& entry) { return entry.identifier == identifier; });
+        if (it != remaining.end())
+            it->item = pin;
+        else
+            remaining.append({identifier, pin, false});
+    }
 
     if (BlockInstance* instance = d->instance.data()) {
         const QList<BlockPinInstance*> pins = instance->pins();
         for (BlockPinInstance* pin : pins) {
-            QPointer<BlockPinItem> item = remaining.take(pin->identifier());
+            const int identifier = pin->identifier();
+            QPointer<BlockPinItem> item;
+            auto it = std::find_if(remaining.begin(), remaining.end(), [identifier](const Remaining& entry) {
+                return !entry.taken && entry.identifier == identifier;
+            });
+            if (it != remaining.end()) {
+                it->taken = true;
+                item = it->item;
+            }
+            // A new pin item has just read its pin in its constructor; reading it again at once
+            // would change nothing.
             if (!item)
-                item = new BlockPinItem(this, pin);
-            item->updateFromInstance();
+                new BlockPinItem(this, pin);
+            else
+                item->updateFromInstance();
         }
     }
-    for (const QPointer<BlockPinItem>& pin : std::as_const(remaining))
-        delete pin.data();
+    // In the order of identifiers, as a map by identifier would have it.
+    std::sort(remaining.begin(), remaining.end(),
+              [](const Remaining& a, const Remaining& b) { return a.identifier < b.identifier; });
+    for (const Remaining& entry : std::as_const(remaining)) {
+        if (!entry.taken)
+            delete entry.item.data();
+    }
 }
 
 QString BlockItem::runtimePositionText() const
@@ -321,8 +526,10 @@ void BlockItem::paint(QPainter* painter, const QStyleOptionGraphicsItem* option,
         QGraphicsRectItem::paint(painter, option, widget);
         return;
     }
+    // No save() and restore(): a view paints every block in sight, and copying the whole painter
+    // state for each costs more than the box. What is changed here is put back.
     const qreal lod = option->levelOfDetailFromTransform(painter->worldTransform());
-    painter->save();
+    const QPainter::RenderHints previousHints = painter->renderHints();
     painter->setRenderHint(QPainter::Antialiasing, false);
     painter->setRenderHint(QPainter::TextAntialiasing, true);
 
@@ -344,57 +551,56 @@ void BlockItem::paint(QPainter* painter, const QStyleOptionGraphicsItem* option,
         background = background.darker(120);
 
     const QRectF body = rect().adjusted(0, BodyInset, 0, -BodyInset);
-    QPen outline(foreground, 0);
-    outline.setCosmetic(true);
     const QBrush oldBrush = painter->brush();
     const QPen oldPen = painter->pen();
-    painter->setBrush(QBrush(background, Qt::SolidPattern));
-    painter->setPen(outline);
+    painter->setBrush(solidBrush(background));
+    painter->setPen(outlinePen(foreground));
     painter->drawRect(body);
     painter->setBrush(oldBrush);
     painter->setPen(oldPen);
 
-    if (lod < BlockCodeScene::DetailThreshold) {
-        painter->restore();
-        return;
-    }
-
-    // A symbol drawn at its default size shows no image: the image belongs to resized symbols.
-    const BlockSymbol* symbol = instance->symbol();
-    if (symbol->size() != symbol->defaultSize()) {
-        const QImage image = QImage::fromData(symbol->image());
-        if (!image.isNull() && image.height() > 0) {
-            QRectF target = rect().adjusted(ImageMargin, ImageMargin, -ImageMargin, -ImageMargin);
-            const qreal w = target.height() * image.width() / image.height();
-            const qreal shrink = (target.width() - w) * 0.5;
-            target.adjust(shrink, 0, -shrink, 0);
-            painter->drawImage(target, image);
+    if (lod >= BlockCodeScene::DetailThreshold) {
+        // A symbol drawn at its default size shows no image: the image belongs to resized symbols.
+        const BlockSymbol* symbol = instance->symbol();
+        if (symbol->size() != symbol->defaultSize()) {
+            const QImage image = QImage::fromData(symbol->image());
+            if (!image.isNull() && image.height() > 0) {
+                QRectF target = rect().adjusted(ImageMargin, ImageMargin, -ImageMargin, -ImageMargin);
+                const qreal w = target.height() * image.width() / image.height();
+                const qreal shrink = (target.width() - w) * 0.5;
+                target.adjust(shrink, 0, -shrink, 0);
+                painter->drawImage(target, image);
+            }
         }
+
+        const QFont oldFont = painter->font();
+        painter->setFont(d->font);
+        painter->setPen(QPen(foreground));
+        const QFontMetrics metrics(d->font, painter->device());
+        const qreal ascent = metrics.ascent();
+
+        painter->drawText(QPointF(body.left() + TextMargin, body.top() + 20 + ascent), instance->title());
+
+        const QString version = instance->isVersionVisible()
+                                    ? QStringLiteral("V") + QString::number(instance->version())
+                                    : QString();
+        painter->drawText(QPointF(body.right() - TextMargin - metrics.boundingRect(version).width(),
+                                  body.top() + 20 + ascent),
+                          version);
+
+        QString number = instance->numberText();
+        if (System::instance().userAccessLevelCode() > 4)
+            number += QStringLiteral(" (%1)").arg(d->identifier);
+        painter->drawText(QPointF(body.left() + TextMargin, body.bottom() - 80), number);
+
+        const QString runtime = runtimePositionText();
+        painter->drawText(QPointF(body.right() - TextMargin - metrics.boundingRect(runtime).width(), body.bottom() - 80),
+                          runtime);
+        painter->setPen(oldPen);
+        painter->setFont(oldFont);
     }
-
-    painter->setFont(d->font);
-    painter->setPen(QPen(foreground));
-    const QFontMetrics metrics(d->font, painter->device());
-    const qreal ascent = metrics.ascent();
-
-    painter->drawText(QPointF(body.left() + TextMargin, body.top() + 20 + ascent), instance->title());
-
-    const QString version = instance->isVersionVisible()
-                                ? QStringLiteral("V") + QString::number(instance->version())
-                                : QString();
-    painter->drawText(QPointF(body.right() - TextMargin - metrics.boundingRect(version).width(),
-                              body.top() + 20 + ascent),
-                      version);
-
-    QString number = instance->numberText();
-    if (System::instance().userAccessLevelCode() > 4)
-        number += QStringLiteral(" (%1)").arg(d->identifier);
-    painter->drawText(QPointF(body.left() + TextMargin, body.bottom() - 80), number);
-
-    const QString runtime = runtimePositionText();
-    painter->drawText(QPointF(body.right() - TextMargin - metrics.boundingRect(runtime).width(), body.bottom() - 80),
-                      runtime);
-    painter->restore();
+    painter->setRenderHint(QPainter::Antialiasing, previousHints.testFlag(QPainter::Antialiasing));
+    painter->setRenderHint(QPainter::TextAntialiasing, previousHints.testFlag(QPainter::TextAntialiasing));
 }
 
 void BlockItem::editModeChanged(bool value)
@@ -522,6 +728,15 @@ QVariant BlockItem::itemChange(GraphicsItemChange change, const QVariant& value)
         // During construction the scene hears of the item once its identity is known.
         if (d->scene)
             d->joinIndex();
+    } else if (change == ItemChildAddedChange || change == ItemChildRemovedChange) {
+        d->pinIndexValid = false;
+    } else if (change == ItemPositionHasChanged && d->tellsFollowers) {
+        d->tellFollowers();
+    } else if (change == ItemSelectedChange) {
+        const QVariant result = QGraphicsRectItem::itemChange(change, value);
+        if (result.toBool() != isSelected())
+            d->selectionChanging(result.toBool());
+        return result;
     }
     if (change != ItemPositionChange || !scene())
         return QGraphicsRectItem::itemChange(change, value);
@@ -539,5 +754,6 @@ QVariant BlockItem::itemChange(GraphicsItemChange change, const QVariant& value)
     // The model follows the item at once; a move command only records where the block went.
     if (BlockInstance* instance = d->instance.data())
         instance->setPosition(p / BlockCodeScene::ModelUnit);
+    d->prepareMove(p);
     return p;
 }

@@ -70,5 +70,10 @@ protected:
 
 private:
     friend class BlockItemPrivate;
+    // pinItem() for the scene's rebuild, which knows when this item has just read its pins and
+    // the look-up need not ask each pin again.
+    friend class BlockCodeScene;
+    BlockPinItem* indexedPinItem(int pinIdentifier, bool pinsJustRead) const;
+
     std::unique_ptr<BlockItemPrivate> d;
 };

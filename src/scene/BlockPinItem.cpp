@@ -6,6 +6,7 @@
 #include "BlockCode.h"
 #include "BlockCodeScene.h"
 #include "BlockDefinition.h"
+#include "BlockDefinitionScene.h"
 #include "BlockInstance.h"
 #include "BlockInstanceArea.h"
 #include "BlockInstanceHierarchy.h"
@@ -57,12 +58,29 @@ QPen cosmeticPen(const QColor& colour)
     return pen;
 }
 
+// The outline of both markers; every pin makes two, and a pen made once is shared by all.
+const QPen& markerPen()
+{
+    static const QPen pen = cosmeticPen(Qt::black);
+    return pen;
+}
+
+// Unlike a position, a rotation set to its own value still marks the item for repainting, and a
+// first one gives the item a transform block of its own even at 0 degrees.
+void turn(QGraphicsItem* item, qreal angle)
+{
+    if (item->rotation() != angle)
+        item->setRotation(angle);
+}
+
 QGraphicsRectItem* createMarker(QGraphicsItem* parent, const QBrush& brush, qreal z)
 {
-    auto* marker = new QGraphicsRectItem(-75.0, -75.0, 150.0, 150.0, parent);
+    // Dressed before it joins the pin: outside a scene a setter costs nothing but the value.
+    auto* marker = new QGraphicsRectItem(-75.0, -75.0, 150.0, 150.0);
     marker->setBrush(brush);
-    marker->setPen(cosmeticPen(Qt::black));
+    marker->setPen(markerPen());
     marker->setZValue(z);
+    marker->setParentItem(parent);
     return marker;
 }
 
@@ -93,16 +111,46 @@ class BlockPinItemPrivate
 {
 public:
     explicit BlockPinItemPrivate(BlockPinItem* item);
+    void createChildren();
 
     BlockCodeScene* codeScene() const;
     BlockPinValueSource* valueSource() const;
+    // A host that a moving block took out of the toolkit's list must be back before the stub
+    // moves: the toolkit tells the stub's children through that list.
+    void resumeScenePositionWalk() const;
+    bool inRebuild() const
+    {
+        BlockCodeScene* scene = codeScene();
+        return scene && scene->repaintsWhole();
+    }
+    // simpleType() with the pin's hierarchy node already looked up.
+    SimpleType* simpleTypeAt(BlockInstanceHierarchyNode* node) const;
     QPointF parameterBlockPoint(qreal dx, qreal dy, qreal shiftX, qreal shiftY) const;
     BlockDefinition* newestDefinition(const QString& identifier) const;
     void finishConstant(BlockInstance* instance);
     void finishParameterBlock(BlockInstance* instance, int pinOfNewBlock, unsigned int orderStep);
 
     QPointer<BlockPinInstance> pin;
+    // A pin instance keeps its identifier for life; reading it here spares a visit to the model
+    // object at each of the many look-ups by identifier.
+    int pinIdentifier = 0;
+    // What updateFromInstance() last gave the children: they are placed by this item alone, and
+    // an update of every pin at every change of the code need not visit them when nothing moved.
+    qreal childrenPlacedFor = qQNaN();
+    bool markersSet = false;
+    QString markedInitialValue;
+    bool markedRemanent = false;
+    bool nodePassed = false;
+    QPointer<BlockInstanceHierarchyNode> passedNode;
+    bool toolTipSet = false;
+    int toolTipIdentifier = 0;
+    QString toolTipName;
+    QString toolTipType;
     QPointer<SignalLabelHostItem> signalLabelHost;
+    // The same host for every update, without a visit to its guard. It reports its end, and
+    // whether it showed itself the last time it counted its labels (only then does it show).
+    SignalLabelHostItem* host = nullptr;
+    bool hostVisible = false;
     BlockItem* blockItem = nullptr;
     QGraphicsLineItem* rubberBand = nullptr;
     QGraphicsRectItem* initialValueMarker = nullptr;
@@ -119,15 +167,42 @@ public:
 BlockPinItemPrivate::BlockPinItemPrivate(BlockPinItem* item)
     : q(item)
 {
-    signalLabelHost = new SignalLabelHostItem(q);
-    initialValueMarker = createMarker(q, QBrush(Qt::green), 3.3);
-    remanentMarker = createMarker(q, QBrush(Qt::darkGreen), 3.2);
+}
+
+void BlockPinItemPrivate::createChildren()
+{
+    host = new SignalLabelHostItem(q);
+    signalLabelHost = host;
+    static const QBrush initialValueBrush(Qt::green);
+    static const QBrush remanentBrush(Qt::darkGreen);
+    initialValueMarker = createMarker(q, initialValueBrush, 3.3);
+    remanentMarker = createMarker(q, remanentBrush, 3.2);
     remanentMarker->setToolTip(BlockPinItem::tr("Remanent"));
 }
 
 BlockCodeScene* BlockPinItemPrivate::codeScene() const
 {
     return blockItem ? blockItem->codeScene() : nullptr;
+}
+
+SimpleType* BlockPinItemPrivate::simpleTypeAt(BlockInstanceHierarchyNode* node) const
+{
+    if (!pin)
+        return nullptr;
+    BlockInstanceArea* area = nullptr;
+    if (node) {
+        BlockInstanceHierarchy* hierarchy = node->hierarchy();
+        area = hierarchy ? hierarchy->area() : nullptr;
+    } else if (BlockCodeScene* scene = codeScene()) {
+        area = scene->instanceArea();
+    }
+    return DatatypeProvider::instance()->simpleType(pin->datatype(area));
+}
+
+void BlockPinItemPrivate::resumeScenePositionWalk() const
+{
+    if (BlockCodeScene* scene = codeScene())
+        scene->resumeScenePositionWalk();
 }
 
 BlockPinValueSource* BlockPinItemPrivate::valueSource() const
@@ -209,19 +284,34 @@ void BlockPinItemPrivate::finishParameterBlock(BlockInstance* instance, int pinO
 
 BlockPinItem::BlockPinItem(BlockItem* pBlockItem, BlockPinInstance* pPin)
     : QObject()
-    , QGraphicsRectItem(pBlockItem)
+    , QGraphicsRectItem()
     , d(std::make_unique<BlockPinItemPrivate>(this))
 {
     d->pin = pPin;
+    d->pinIdentifier = pPin ? pPin->identifier() : 0;
     d->blockItem = pBlockItem;
+    // Set up before it joins its block: outside a scene these cost nothing but the value. And the
+    // label host follows scene positions, where every move of an item above such a child walks all
+    // of them in the scene: the stub takes its place while it has none yet.
     setZValue(-3.0);
     setAcceptHoverEvents(true);
     setFlag(ItemIsSelectable);
+    const QPointF position = pBlockItem ? pBlockItem->pinPosition(identifier()) : QPointF();
+    if (!position.isNull()) {
+        if (isInput())
+            setRotation(180.0);
+        setPos(position);
+    }
+    setParentItem(pBlockItem);
+    d->createChildren();
     updateFromInstance();
 }
 
 BlockPinItem::~BlockPinItem()
 {
+    // The host dies with the children, after this item has stopped being a pin item.
+    if (d->host)
+        d->host->detachFromPin();
     // The nodes of connections ending here belong to their connections: they stay behind as
     // dangling ends where they stood instead of dying with the block.
     const QList<QGraphicsItem*> children = childItems();
@@ -239,6 +329,17 @@ BlockPinItem::~BlockPinItem()
     delete d->rubberBand;
 }
 
+void BlockPinItem::hostGone()
+{
+    d->host = nullptr;
+    d->hostVisible = false;
+}
+
+void BlockPinItem::hostShown(bool visible)
+{
+    d->hostVisible = visible;
+}
+
 BlockPinInstance* BlockPinItem::pinInstance() const
 {
     return d->pin.data();
@@ -251,7 +352,7 @@ BlockItem* BlockPinItem::blockItem() const
 
 int BlockPinItem::identifier() const
 {
-    return d->pin ? d->pin->identifier() : 0;
+    return d->pin ? d->pinIdentifier : 0;
 }
 
 QPointF BlockPinItem::connectionPoint() const
@@ -316,39 +417,72 @@ QString BlockPinItem::locationPath() const
 
 void BlockPinItem::updateFromInstance()
 {
+    d->resumeScenePositionWalk();
     const QPointF position = d->blockItem ? d->blockItem->pinPosition(identifier()) : QPointF();
     // (0, 0) means the block could not place the pin: it keeps its last place.
     if (!position.isNull()) {
         setRect(0.0, -400.0, StubLength, 800.0);
-        setRotation(isInput() ? 180.0 : 0.0);
+        turn(this, isInput() ? 180.0 : 0.0);
         setPos(position);
-        if (d->signalLabelHost) {
-            d->signalLabelHost->setPos(LabelHostOffset, 0.0);
-            d->signalLabelHost->setRotation(rotation());
+        if (d->childrenPlacedFor != rotation()) {
+            if (d->signalLabelHost) {
+                d->signalLabelHost->setPos(LabelHostOffset, 0.0);
+                turn(d->signalLabelHost, rotation());
+            }
+            d->initialValueMarker->setPos(InitialValueMarkerOffset, 0.0);
+            turn(d->initialValueMarker, rotation() + 45.0);
+            d->remanentMarker->setPos(RemanentMarkerOffset, 0.0);
+            turn(d->remanentMarker, rotation() + 45.0);
+            d->childrenPlacedFor = rotation();
         }
-        d->initialValueMarker->setPos(InitialValueMarkerOffset, 0.0);
-        d->initialValueMarker->setRotation(rotation() + 45.0);
-        d->remanentMarker->setPos(RemanentMarkerOffset, 0.0);
-        d->remanentMarker->setRotation(rotation() + 45.0);
     }
 
     BlockPinInstance* pin = d->pin.data();
+    // Looked up once: the type, the tool tip and the label host all depend on it.
+    BlockInstanceHierarchyNode* node = hierarchyNode();
     if (pin) {
         const QString initialValue = pin->initialValue();
-        d->initialValueMarker->setVisible(!initialValue.isEmpty());
-        d->initialValueMarker->setToolTip(initialValue);
-        d->remanentMarker->setVisible(pin->isRemanent());
+        const bool remanent = pin->isRemanent();
+        if (!d->markersSet || initialValue != d->markedInitialValue || remanent != d->markedRemanent) {
+            d->initialValueMarker->setVisible(!initialValue.isEmpty());
+            // A marker starts without a tool tip, which an empty value leaves as it is.
+            if (initialValue != d->markedInitialValue)
+                d->initialValueMarker->setToolTip(initialValue);
+            d->remanentMarker->setVisible(remanent);
+            d->markersSet = true;
+            d->markedInitialValue = initialValue;
+            d->markedRemanent = remanent;
+        }
         const BlockPin* blockPin = pin->blockPin();
-        const SimpleType* type = simpleType();
-        setToolTip(QStringLiteral("%1: %2 (%3)")
-                       .arg(blockPin ? blockPin->identifier() : pin->identifier())
-                       .arg(blockPin ? blockPin->name().text() : QString(),
-                            type ? type->shortName() : QStringLiteral("????")));
+        const SimpleType* type = d->simpleTypeAt(node);
+        // Made and set only when what it says has changed: every change of the code updates every
+        // pin, and the text would be made anew each time.
+        const int tipIdentifier = blockPin ? blockPin->identifier() : pin->identifier();
+        const QString tipName = blockPin ? blockPin->name().text() : QString();
+        const QString tipType = type ? type->shortName() : QStringLiteral("????");
+        if (!d->toolTipSet || tipIdentifier != d->toolTipIdentifier || tipName != d->toolTipName
+            || tipType != d->toolTipType) {
+            setToolTip(QStringLiteral("%1: %2 (%3)").arg(tipIdentifier).arg(tipName, tipType));
+            d->toolTipSet = true;
+            d->toolTipIdentifier = tipIdentifier;
+            d->toolTipName = tipName;
+            d->toolTipType = tipType;
+        }
     }
 
-    if (d->signalLabelHost) {
-        d->signalLabelHost->setHierarchyNode(hierarchyNode());
-        d->signalLabelHost->updateFromLabels();
+    if (SignalLabelHostItem* host = d->host) {
+        if (!d->nodePassed || d->passedNode.data() != node) {
+            host->setHierarchyNode(node);
+            d->passedNode = node;
+            d->nodePassed = true;
+        }
+        // The host shows only while the pin has labels, which it finds in the parent of the node
+        // it was just given. Hidden by its last count and still without labels, it would stay as
+        // it is.
+        BlockInstanceHierarchyNode* parent = node ? node->parentNode() : nullptr;
+        const unsigned int block = d->blockItem ? d->blockItem->identifier() : 0;
+        if (d->hostVisible || (parent && !parent->signalLabels(block, identifier()).isEmpty()))
+            host->updateFromLabels();
     }
 
     bool visible = false;
@@ -359,7 +493,8 @@ void BlockPinItem::updateFromInstance()
             visible = (d->blockItem && d->blockItem->isEnablePinForced()) || hasConnection() || pin->isInverted();
     }
     setVisible(visible);
-    update();
+    if (!d->inRebuild())
+        update();
 }
 
 void BlockPinItem::applyInverted(bool value)
@@ -486,41 +621,44 @@ void BlockPinItem::paint(QPainter* pPainter, const QStyleOptionGraphicsItem* pOp
     Q_UNUSED(pWidget)
     if (!d->pin)
         return;
+    const SimpleType* type = d->simpleTypeAt(hierarchyNode());
+    if (!type)
+        return;
+    // No save() and restore(): a view paints every pin in sight, and copying the whole painter
+    // state for each costs more than the stub. What is changed here is put back.
     const qreal lod = pOption->levelOfDetailFromTransform(pPainter->worldTransform());
-    pPainter->save();
+    const bool antialiased = pPainter->testRenderHint(QPainter::Antialiasing);
     pPainter->setRenderHint(QPainter::Antialiasing, false);
 
-    const SimpleType* type = simpleType();
-    if (!type) {
-        pPainter->restore();
-        return;
-    }
-
     const QPen previousPen = pPainter->pen();
-    pPainter->setPen(cosmeticPen(typeKindColour(type->kind())));
-    pPainter->setBrush(QBrush(Qt::white, Qt::SolidPattern));
+    pPainter->setPen(typeKindCosmeticPen(type->kind()));
     pPainter->drawLine(QPointF(0.0, 0.0), QPointF(rect().width(), 0.0));
-    if (d->pin->isInverted())
+    if (d->pin->isInverted()) {
+        const QBrush previousBrush = pPainter->brush();
+        pPainter->setBrush(QBrush(Qt::white, Qt::SolidPattern));
         pPainter->drawEllipse(QRectF(0.0, -125.0, 250.0, 250.0));
+        pPainter->setBrush(previousBrush);
+    }
     pPainter->setPen(previousPen);
 
-    if (lod < BlockCodeScene::DetailThreshold) {
-        pPainter->restore();
-        return;
+    if (lod >= BlockCodeScene::DetailThreshold) {
+        const QString text = displayText();
+        const QFont font = BlockItem::diagramFont();
+        const QFont previousFont = pPainter->font();
+        pPainter->setFont(font);
+        if (isInput()) {
+            // The stub of an input is turned by 180 degrees; turning the text back keeps it upright.
+            const qreal width = QFontMetrics(font).boundingRect(text).width();
+            const QTransform previousTransform = pPainter->worldTransform();
+            pPainter->rotate(180.0);
+            pPainter->drawText(QPointF(-width - TextGap, TextBaseline), text);
+            pPainter->setWorldTransform(previousTransform);
+        } else {
+            pPainter->drawText(QPointF(TextGap, TextBaseline), text);
+        }
+        pPainter->setFont(previousFont);
     }
-
-    const QString text = displayText();
-    const QFont font = BlockItem::diagramFont();
-    pPainter->setFont(font);
-    if (isInput()) {
-        // The stub of an input is turned by 180 degrees; turning the text back keeps it upright.
-        const qreal width = QFontMetrics(font).boundingRect(text).width();
-        pPainter->rotate(180.0);
-        pPainter->drawText(QPointF(-width - TextGap, TextBaseline), text);
-    } else {
-        pPainter->drawText(QPointF(TextGap, TextBaseline), text);
-    }
-    pPainter->restore();
+    pPainter->setRenderHint(QPainter::Antialiasing, antialiased);
 }
 
 void BlockPinItem::setInverted([[maybe_unused]] bool value)
@@ -536,43 +674,40 @@ void BlockPinItem::setInverted([[maybe_unused]] bool value)
 
 void BlockPinItem::createConstant()
 {
-    BlockCodeScene* scene = d->codeScene();
-    if (!d->pin || !scene || !scene->isDefinitionScene())
+    auto* scene = qobject_cast<BlockDefinitionScene*>(d->codeScene());
+    if (!d->pin || !scene)
         return;
     BlockDefinition* definition = BlockRepository::instance().blockDefinition(QStringLiteral("ToolBlock_8000008"), 1);
     if (!definition)
         return;
-    [[maybe_unused]] const QPointF p = d->parameterBlockPoint(8000.0, 500.0, -8000.0, -500.0);
-    // The editing layer takes this further: BlockDefinitionScene::createBlockInstance(definition, p)
-    // makes the constant, which then goes through d->finishConstant().
+    const QPointF p = d->parameterBlockPoint(8000.0, 500.0, -8000.0, -500.0);
+    d->finishConstant(scene->createBlockInstance(definition, p));
 }
 
 void BlockPinItem::createParameterRead()
 {
-    BlockCodeScene* scene = d->codeScene();
-    if (!d->pin || !scene || !scene->isDefinitionScene())
+    auto* scene = qobject_cast<BlockDefinitionScene*>(d->codeScene());
+    if (!d->pin || !scene)
         return;
     BlockDefinition* definition = d->newestDefinition(QStringLiteral("MagicBlock_300005"));
     if (!definition)
         return;
-    [[maybe_unused]] const QPointF p = d->parameterBlockPoint(9000.0, 1500.0, -9000.0, -1500.0);
-    // The editing layer takes this further: BlockDefinitionScene::createBlockInstance(definition, p)
-    // makes the reading block, which then goes through d->finishParameterBlock(instance, 2, 0).
+    const QPointF p = d->parameterBlockPoint(9000.0, 1500.0, -9000.0, -1500.0);
+    d->finishParameterBlock(scene->createBlockInstance(definition, p), 2, 0);
 }
 
 void BlockPinItem::createParameterWrite()
 {
-    BlockCodeScene* scene = d->codeScene();
-    if (!d->pin || !scene || !scene->isDefinitionScene())
+    auto* scene = qobject_cast<BlockDefinitionScene*>(d->codeScene());
+    if (!d->pin || !scene)
         return;
     BlockDefinition* definition = d->newestDefinition(QStringLiteral("MagicBlock_300006"));
     if (!definition)
         return;
-    // The writing block stands to the right of the output it takes its value from.
-    [[maybe_unused]] const QPointF p = d->parameterBlockPoint(9000.0, 1500.0, 5000.0, -1500.0);
-    // The editing layer takes this further: BlockDefinitionScene::createBlockInstance(definition, p)
-    // makes the writing block, which then goes through d->finishParameterBlock(instance, 1, 1), so
-    // that it runs after the block that produces the value.
+    // The writing block stands to the right of the output it takes its value from, and runs after
+    // the block that produces the value.
+    const QPointF p = d->parameterBlockPoint(9000.0, 1500.0, 5000.0, -1500.0);
+    d->finishParameterBlock(scene->createBlockInstance(definition, p), 1, 1);
 }
 
 void BlockPinItem::setInitialValue()

@@ -71,5 +71,8 @@ protected:
 
 private:
     friend class BlockPinItemPrivate;
+    friend class SignalLabelHostItem;
+    void hostGone();
+    void hostShown(bool visible);
     std::unique_ptr<BlockPinItemPrivate> d;
 };

@@ -22,6 +22,9 @@
 #include <QPen>
 #include <QPointer>
 #include <QPolygonF>
+#include <QVarLengthArray>
+
+#include <utility>
 
 namespace {
 
@@ -32,6 +35,28 @@ QMultiHash<const BlockPinConnection*, ConnectionItem*>& itemsByConnection()
 {
     static QMultiHash<const BlockPinConnection*, ConnectionItem*> items;
     return items;
+}
+
+// The thin black line of a route that isn't highlighted, solid between two pins, else dashed.
+// Made once: a view paints every route in sight.
+const QPen& routePen(bool attached)
+{
+    static const QPen pens[] = {
+        [] {
+            QPen pen(Qt::black);
+            pen.setStyle(Qt::DashLine);
+            pen.setWidth(0);
+            pen.setCosmetic(true);
+            return pen;
+        }(),
+        [] {
+            QPen pen(Qt::black);
+            pen.setWidth(0);
+            pen.setCosmetic(true);
+            return pen;
+        }(),
+    };
+    return pens[attached ? 1 : 0];
 }
 
 // A highlighted route takes the colour of its pins; anything unknown stays black.
@@ -60,6 +85,8 @@ public:
 
     void updateFrom(BlockPinConnection* pConnection);
     void setStoredConnection(BlockPinConnection* pConnection);
+    void joinIndex();
+    void leaveIndex();
     QPainterPath shapeOf(const QList<ConnectionNodeItem*>& nodes) const;
 
     BlockCodeScene* scene;
@@ -67,10 +94,21 @@ public:
     // The key under which this item stands in itemsByConnection(); kept apart from the weak
     // pointer, which the model may null at any time.
     const BlockPinConnection* registeredAs = nullptr;
+    // The connection whose highlightedChanged() reaches setHighlighted(); guarded, for a new
+    // connection may take the address of a dead one.
+    QPointer<BlockPinConnection> highlightSource;
     ConnectionNodeItem* sourceNode = nullptr;
     ConnectionNodeItem* targetNode = nullptr;
     QList<ConnectionNodeItem*> cornerNodes;
     bool updating = false;
+    // Node reports taken while placing the nodes under blocked change signals.
+    bool collecting = false;
+    bool saveCollected = false;
+    bool reshapeCollected = false;
+    QVarLengthArray<ConnectionNodeItem*, 8> movedNodes;
+    // The code scene whose list of connection items holds this one. Held as QObject: while the
+    // base scene's destructor runs, the object is no BlockCodeScene any more.
+    QPointer<QObject> indexedIn;
     // The scene asks for the bounding rectangle far more often than nodes move.
     mutable QRectF boundingRect;
     mutable bool boundingRectDirty = true;
@@ -79,7 +117,9 @@ public:
 
 void ConnectionItemPrivate::setStoredConnection(BlockPinConnection* pConnection)
 {
-    connection = pConnection;
+    // Assigning a guard takes and drops references; an update stores the same connection again.
+    if (connection.data() != pConnection)
+        connection = pConnection;
     if (registeredAs == pConnection)
         return;
     if (registeredAs)
@@ -87,6 +127,25 @@ void ConnectionItemPrivate::setStoredConnection(BlockPinConnection* pConnection)
     registeredAs = pConnection;
     if (pConnection)
         itemsByConnection().insert(pConnection, q);
+}
+
+void ConnectionItemPrivate::joinIndex()
+{
+    auto* codeScene = qobject_cast<BlockCodeScene*>(q->scene());
+    if (!codeScene || indexedIn == codeScene)
+        return;
+    leaveIndex();
+    indexedIn = codeScene;
+    codeScene->registerConnectionItem(q);
+}
+
+void ConnectionItemPrivate::leaveIndex()
+{
+    if (indexedIn) {
+        if (auto* codeScene = qobject_cast<BlockCodeScene*>(q->scene()); codeScene && codeScene == indexedIn.data())
+            codeScene->unregisterConnectionItem(q);
+    }
+    indexedIn = nullptr;
 }
 
 void ConnectionItemPrivate::updateFrom(BlockPinConnection* pConnection)
@@ -97,6 +156,8 @@ void ConnectionItemPrivate::updateFrom(BlockPinConnection* pConnection)
     // Attaching and placing the nodes below reports back through nodeParentChanged(); the model
     // already holds this state and must not be rewired by it.
     updating = true;
+    BlockCode* code = pConnection->code();
+    collecting = code && code->changeSignalsBlocked();
 
     BlockPinItem* sourcePin = scene->pinItemOf(pConnection->source());
     BlockPinItem* targetPin = scene->pinItemOf(pConnection->target());
@@ -110,10 +171,21 @@ void ConnectionItemPrivate::updateFrom(BlockPinConnection* pConnection)
             end = points.takeLast() * BlockCodeScene::ModelUnit;
     }
 
-    sourceNode->attachToPin(sourcePin);
+    // An end that sits on its pin already stays as it is: attaching it again would change
+    // nothing but make the whole route measure itself anew, at every update of the scene.
+    bool reshaped = false;
+    const auto attach = [&reshaped](ConnectionNodeItem* node, BlockPinItem* pin) {
+        if (pin && node->parentItem() == pin && node->pos() == pin->connectionPoint())
+            return;
+        node->attachToPin(pin);
+        reshaped = true;
+    };
+
+    attach(sourceNode, sourcePin);
     if (!sourcePin)
         sourceNode->setPos(start);
 
+    reshaped = reshaped || cornerNodes.size() != points.size();
     while (cornerNodes.size() < points.size())
         cornerNodes.append(new ConnectionNodeItem(q));
     while (cornerNodes.size() > points.size())
@@ -121,13 +193,34 @@ void ConnectionItemPrivate::updateFrom(BlockPinConnection* pConnection)
     for (int i = 0; i < points.size(); ++i)
         cornerNodes.at(i)->setPos(points.at(i) * BlockCodeScene::ModelUnit);
 
-    targetNode->attachToPin(targetPin);
+    attach(targetNode, targetPin);
     if (!targetPin)
         targetNode->setPos(end);
 
     updating = false;
-    // Surplus corners may have gone without any node moving.
-    q->refreshGeometry();
+    if (collecting) {
+        // Each moved node looks for junctions where it stands now, as it would have at its move:
+        // only this route moved meanwhile, and a node's own route is no junction. The last of
+        // the writes the nodes would have made holds the whole route as it is now.
+        collecting = false;
+        if (!movedNodes.isEmpty()) {
+            const QList<ConnectionNodeItem*> chain = q->allNodes();
+            const QVarLengthArray<ConnectionNodeItem*, 8> moved = std::exchange(movedNodes, {});
+            for (ConnectionNodeItem* node : moved) {
+                if (chain.contains(node))
+                    node->searchJunction();
+            }
+        }
+        if (std::exchange(saveCollected, false))
+            q->saveNodePositions();
+        reshaped = std::exchange(reshapeCollected, false) || reshaped;
+    }
+    // Surplus corners may have gone without any node moving. Nodes that moved have told the
+    // route themselves; what the model says about it otherwise only needs a repaint.
+    if (reshaped)
+        q->refreshGeometry();
+    else if (!scene->repaintsWhole())
+        q->update();
 }
 
 QPainterPath ConnectionItemPrivate::shapeOf(const QList<ConnectionNodeItem*>& nodes) const
@@ -168,6 +261,7 @@ ConnectionItem::ConnectionItem(BlockCodeScene* pScene)
 
 ConnectionItem::~ConnectionItem()
 {
+    d->leaveIndex();
     // Nothing below may write to the model any more: detaching the ends moves them.
     d->setStoredConnection(nullptr);
     const QList<ConnectionNodeItem*> corners = d->cornerNodes;
@@ -199,33 +293,38 @@ void ConnectionItem::paint(QPainter* painter, const QStyleOptionGraphicsItem* op
 {
     Q_UNUSED(option)
     Q_UNUSED(widget)
-    painter->save();
+    // No save() and restore(): a view paints every route in sight, and copying the whole painter
+    // state for each costs more than the line. What is changed here is put back.
+    const bool antialiased = painter->testRenderHint(QPainter::Antialiasing);
     painter->setRenderHint(QPainter::Antialiasing, false);
 
     auto attached = [](ConnectionNodeItem* node) { return dynamic_cast<BlockPinItem*>(node->parentItem()) != nullptr; };
     const bool sourceAttached = attached(d->sourceNode);
     const bool targetAttached = attached(d->targetNode);
 
-    QPolygonF polyline;
-    for (ConnectionNodeItem* node : allNodes())
+    QVarLengthArray<QPointF, 8> polyline;
+    polyline.append(mapFromScene(d->sourceNode->scenePos()));
+    for (ConnectionNodeItem* node : std::as_const(d->cornerNodes))
         polyline.append(mapFromScene(node->scenePos()));
+    polyline.append(mapFromScene(d->targetNode->scenePos()));
 
-    QPen pen(Qt::black);
-    if (!(sourceAttached && targetAttached))
-        pen.setStyle(Qt::DashLine);
+    const QPen previousPen = painter->pen();
     BlockPinConnection* connection = d->connection.data();
     if (connection && connection->isHighlighted()) {
+        QPen pen(Qt::black);
+        if (!(sourceAttached && targetAttached))
+            pen.setStyle(Qt::DashLine);
         pen.setColor(highlightColor(connection));
         painter->setRenderHint(QPainter::Antialiasing, true);
         pen.setWidthF(100.0);
         pen.setCosmetic(false);
+        painter->setPen(pen);
     } else {
-        pen.setWidth(0);
-        pen.setCosmetic(true);
+        painter->setPen(routePen(sourceAttached && targetAttached));
     }
-    painter->setPen(pen);
-    painter->drawPolyline(polyline);
-    painter->restore();
+    painter->drawPolyline(polyline.constData(), int(polyline.size()));
+    painter->setPen(previousPen);
+    painter->setRenderHint(QPainter::Antialiasing, antialiased);
 }
 
 BlockPinConnection* ConnectionItem::pinConnection() const
@@ -236,10 +335,12 @@ BlockPinConnection* ConnectionItem::pinConnection() const
 void ConnectionItem::setConnection(BlockPinConnection* pConnection)
 {
     d->updateFrom(pConnection);
-    if (pConnection) {
-        // Unique, so that an item updated at every rebuild doesn't pile up connections.
+    if (pConnection && d->highlightSource != pConnection) {
+        // Unique, so that an item updated at every rebuild doesn't pile up connections; made once
+        // per connection, as a connection attempt costs more than the rest of the update.
         connect(pConnection, &BlockPinConnection::highlightedChanged, this, &ConnectionItem::setHighlighted,
                 Qt::UniqueConnection);
+        d->highlightSource = pConnection;
     }
 }
 
@@ -393,7 +494,28 @@ void ConnectionItem::nodeParentChanged(ConnectionNodeItem* pNode, BlockPinItem* 
             connection->setTarget(pin);
         saveNodePositions();
     }
-    refreshGeometry();
+    if (d->collecting)
+        d->reshapeCollected = true;
+    else
+        refreshGeometry();
+}
+
+bool ConnectionItem::collectNodeMove(ConnectionNodeItem* pNode)
+{
+    if (!d->collecting)
+        return false;
+    if (!d->movedNodes.contains(pNode))
+        d->movedNodes.append(pNode);
+    return true;
+}
+
+bool ConnectionItem::collectNodeScenePosition(bool save)
+{
+    if (!d->collecting)
+        return false;
+    d->saveCollected = d->saveCollected || save;
+    d->reshapeCollected = true;
+    return true;
 }
 
 void ConnectionItem::refreshGeometry()
@@ -442,6 +564,10 @@ void ConnectionItem::mouseDoubleClickEvent(QGraphicsSceneMouseEvent* event)
 
 QVariant ConnectionItem::itemChange(GraphicsItemChange change, const QVariant& value)
 {
+    if (change == ItemSceneChange)
+        d->leaveIndex();
+    else if (change == ItemSceneHasChanged)
+        d->joinIndex();
     if (scene() && change == ItemSelectedHasChanged) {
         const bool selected = value.toBool();
         setZValue(selected ? 2.0 : 1.0);

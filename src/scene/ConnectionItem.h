@@ -71,5 +71,13 @@ protected:
     QVariant itemChange(GraphicsItemChange change, const QVariant& value) override;
 
 private:
+    friend class ConnectionNodeItem;
+    // While the item places its nodes from the model during an update of the scene (the code's
+    // change signals blocked), each node would write the whole route and measure the line anew at
+    // every step; the item takes their reports and does both once when it is done. Both answer
+    // false when the item isn't collecting.
+    bool collectNodeMove(ConnectionNodeItem* pNode);
+    bool collectNodeScenePosition(bool save);
+
     std::unique_ptr<ConnectionItemPrivate> d;
 };

@@ -39,6 +39,7 @@ public:
     QPointF snapped(QPointF scenePos) const;
     void findHoverPin();
     void findJunction();
+    void paintMarks(QPainter* painter) const;
 
     ConnectionItem* connectionItem;
     int dragState = Idle;
@@ -61,12 +62,18 @@ QPointF ConnectionNodeItemPrivate::snapped(QPointF p) const
     // A node that moves together with blocks must keep its offset from the block raster, or the
     // route would bend at every step.
     bool alone = true;
-    const QList<QGraphicsItem*> selected = scene->selectedItems();
-    if (selected.contains(q)) {
-        for (QGraphicsItem* item : selected) {
-            if (!dynamic_cast<ConnectionNodeItem*>(item)) {
-                alone = false;
-                break;
+    if (q->isSelected()) {
+        // A code scene knows the answer for all nodes of one move; asking the selection at each
+        // node would make moving a large selection quadratic.
+        if (auto* codeScene = qobject_cast<BlockCodeScene*>(scene)) {
+            alone = !codeScene->selectionHoldsOtherThanNodes();
+        } else {
+            const QList<QGraphicsItem*> selected = scene->selectedItems();
+            for (QGraphicsItem* item : selected) {
+                if (!dynamic_cast<ConnectionNodeItem*>(item)) {
+                    alone = false;
+                    break;
+                }
             }
         }
     }
@@ -115,13 +122,46 @@ void ConnectionNodeItemPrivate::findJunction()
     }
 }
 
+// The marks near enough to read: an invalid end, a pin under a dragged node, the dot of an end
+// on its pin or of a junction.
+void ConnectionNodeItemPrivate::paintMarks(QPainter* painter) const
+{
+    const bool dragging = dragState == Dragging;
+    const bool pinNode = q->isPinNode();
+    if (!dragging) {
+        if (pinNode && !connectionItem->isValid()) {
+            painter->fillRect(MarkRect, Qt::red);
+            return;
+        }
+    } else if (hoverPin) {
+        painter->fillRect(MarkRect, Qt::gray);
+    }
+
+    if (junction || (pinNode && !dragging)) {
+        static const QPen dotPen(Qt::black, 0);
+        static const QBrush dotBrush(Qt::black, Qt::SolidPattern);
+        const QPen previousPen = painter->pen();
+        const QBrush previousBrush = painter->brush();
+        painter->setRenderHint(QPainter::Antialiasing, true);
+        painter->setPen(dotPen);
+        painter->setBrush(dotBrush);
+        painter->drawEllipse(MarkRect);
+        painter->setPen(previousPen);
+        painter->setBrush(previousBrush);
+    }
+}
+
 ConnectionNodeItem::ConnectionNodeItem(ConnectionItem* pConnectionItem)
-    : QGraphicsItem(pConnectionItem)
+    : QGraphicsItem()
     , d(new ConnectionNodeItemPrivate(this, pConnectionItem))
 {
-    setFlags(ItemIsSelectable | ItemSendsGeometryChanges | ItemSendsScenePositionChanges);
-    setFlag(ItemIsMovable, pConnectionItem->isEditable());
+    // Set up before it joins its connection: outside a scene a setter costs nothing but the value.
+    GraphicsItemFlags flags = ItemIsSelectable | ItemSendsGeometryChanges | ItemSendsScenePositionChanges;
+    if (pConnectionItem->isEditable())
+        flags |= ItemIsMovable;
+    setFlags(flags);
     setZValue(1.1);
+    setParentItem(pConnectionItem);
 }
 
 ConnectionNodeItem::~ConnectionNodeItem() = default;
@@ -135,41 +175,26 @@ void ConnectionNodeItem::paint(QPainter* painter, const QStyleOptionGraphicsItem
 {
     Q_UNUSED(widget)
     const qreal lod = QStyleOptionGraphicsItem::levelOfDetailFromTransform(painter->worldTransform());
-    painter->save();
+    const bool movable = flags() & ItemIsMovable;
+    // Far out a fixed node has nothing to draw; a view asks every node in sight.
+    if (!movable && lod < BlockCodeScene::DetailThreshold)
+        return;
+    // No save() and restore(): copying the whole painter state costs more than a node; what is
+    // changed here is put back.
+    const bool antialiased = painter->testRenderHint(QPainter::Antialiasing);
     painter->setRenderHint(QPainter::Antialiasing, false);
 
     // Selection handles only where the user can take hold of them.
-    if (flags() & ItemIsMovable) {
+    if (movable) {
         if (option->state & QStyle::State_Selected)
             painter->fillRect(NodeRect, Qt::gray);
         else if (d->connectionItem->isAnySelected())
             painter->fillRect(NodeRect, Qt::black);
     }
 
-    if (lod < BlockCodeScene::DetailThreshold) {
-        painter->restore();
-        return;
-    }
-
-    const bool dragging = d->dragState == Dragging;
-    const bool pinNode = isPinNode();
-    if (!dragging) {
-        if (pinNode && !d->connectionItem->isValid()) {
-            painter->fillRect(MarkRect, Qt::red);
-            painter->restore();
-            return;
-        }
-    } else if (d->hoverPin) {
-        painter->fillRect(MarkRect, Qt::gray);
-    }
-
-    if (d->junction || (pinNode && !dragging)) {
-        painter->setRenderHint(QPainter::Antialiasing, true);
-        painter->setPen(QPen(Qt::black, 0));
-        painter->setBrush(QBrush(Qt::black, Qt::SolidPattern));
-        painter->drawEllipse(MarkRect);
-    }
-    painter->restore();
+    if (lod >= BlockCodeScene::DetailThreshold)
+        d->paintMarks(painter);
+    painter->setRenderHint(QPainter::Antialiasing, antialiased);
 }
 
 ConnectionItem* ConnectionNodeItem::connectionItem() const
@@ -195,6 +220,11 @@ void ConnectionNodeItem::attachToPin(BlockPinItem* pPin)
         setPos(position);
     }
     d->connectionItem->nodeParentChanged(this, oldPin, pPin);
+}
+
+void ConnectionNodeItem::searchJunction()
+{
+    d->findJunction();
 }
 
 void ConnectionNodeItem::setMovable(bool value)
@@ -259,7 +289,8 @@ QVariant ConnectionNodeItem::itemChange(GraphicsItemChange change, const QVarian
             d->moved = true;
             d->connectionItem->refreshGeometry();
         }
-        d->findJunction();
+        if (!d->connectionItem->collectNodeMove(this))
+            d->findJunction();
         break;
     case ItemSelectedHasChanged:
         if (value.toBool()) {
@@ -273,6 +304,8 @@ QVariant ConnectionNodeItem::itemChange(GraphicsItemChange change, const QVarian
     case ItemScenePositionHasChanged:
         // A node carried along by its block writes the model at once; a dragged node waits for
         // the release, so that one drag is one change.
+        if (d->connectionItem->collectNodeScenePosition(d->dragState != Dragging))
+            break;
         if (d->dragState != Dragging)
             d->connectionItem->saveNodePositions();
         d->connectionItem->refreshGeometry();

@@ -35,5 +35,9 @@ protected:
     QVariant itemChange(GraphicsItemChange change, const QVariant& value) override;
 
 private:
+    friend class ConnectionItemPrivate;
+    // The junction search of a move whose report the connection collected.
+    void searchJunction();
+
     std::unique_ptr<ConnectionNodeItemPrivate> d;
 };

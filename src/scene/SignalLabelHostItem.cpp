@@ -74,27 +74,40 @@ void SignalLabelHostItemPrivate::removeItem(SignalLabel* label)
 
 SignalLabelHostItem::SignalLabelHostItem(BlockPinItem* pPinItem)
     : QObject()
-    , QGraphicsRectItem(pPinItem)
+    , QGraphicsRectItem()
     , d(std::make_unique<SignalLabelHostItemPrivate>(this))
 {
+    // Set up before it joins its pin: outside a scene a setter costs nothing but the value.
     d->pinItem = pPinItem;
     setFlag(ItemSendsScenePositionChanges);
     setZValue(3.2);
     setAcceptHoverEvents(true);
     setRect(-75.0, -75.0, 150.0, 150.0);
-    QPen pen(Qt::black);
-    pen.setWidth(0);
-    pen.setCosmetic(true);
+    // Every pin makes a host: one pen serves them all.
+    static const QPen pen = [] {
+        QPen outline(Qt::black);
+        outline.setWidth(0);
+        outline.setCosmetic(true);
+        return outline;
+    }();
     setPen(pen);
     setVisible(false);
+    setParentItem(pPinItem);
 }
 
 SignalLabelHostItem::~SignalLabelHostItem()
 {
+    if (d->pinItem)
+        d->pinItem->hostGone();
     const auto items = d->labelItems;
     d->labelItems.clear();
     for (const QPointer<SignalLabelItem>& item : items)
         delete item.data();
+}
+
+void SignalLabelHostItem::detachFromPin()
+{
+    d->pinItem = nullptr;
 }
 
 BlockPinItem* SignalLabelHostItem::pinItem() const
@@ -116,6 +129,9 @@ void SignalLabelHostItem::addSignalLabel(SignalLabel* pLabel)
 
 void SignalLabelHostItem::setHierarchyNode(BlockInstanceHierarchyNode* pNode)
 {
+    // Every update of the pin passes its node again; the connection is made once per node.
+    if (pNode && pNode == d->hierarchyNode.data())
+        return;
     d->hierarchyNode = pNode;
     if (pNode)
         connect(pNode, &QObject::destroyed, this, &SignalLabelHostItem::onHierarchyNodeDelete, Qt::UniqueConnection);
@@ -125,13 +141,16 @@ void SignalLabelHostItem::updateFromLabels()
 {
     const QList<SignalLabel*> list = labels();
     setVisible(!list.isEmpty());
+    if (d->pinItem)
+        d->pinItem->hostShown(!list.isEmpty());
     if (list.isEmpty())
         return;
     QString text;
     for (const SignalLabel* label : list)
         text += label->name() + QStringLiteral("<br>");
     text.chop(4);
-    setToolTip(text);
+    if (toolTip() != text)
+        setToolTip(text);
 }
 
 QList<SignalLabel*> SignalLabelHostItem::labels() const

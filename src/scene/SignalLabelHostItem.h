@@ -53,5 +53,9 @@ protected:
 
 private:
     friend class SignalLabelHostItemPrivate;
+    // The pin keeps up with whether its host lives and shows itself without asking it at every
+    // update; a pin that goes first lets go of its host here.
+    friend class BlockPinItem;
+    void detachFromPin();
     std::unique_ptr<SignalLabelHostItemPrivate> d;
 };

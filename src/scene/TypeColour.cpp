@@ -2,6 +2,8 @@
 
 #include "SimpleType.h"
 
+#include <QPen>
+
 QColor typeKindColour(int kind)
 {
     switch (kind) {
@@ -18,4 +20,47 @@ QColor typeKindColour(int kind)
     default:
         return QColor();
     }
+}
+
+const QPen& typeKindCosmeticPen(int kind)
+{
+    static const QPen pens[] = {
+        [] {
+            QPen pen(typeKindColour(SimpleTypeBit));
+            pen.setWidth(0);
+            pen.setCosmetic(true);
+            return pen;
+        }(),
+        [] {
+            QPen pen(typeKindColour(SimpleTypeSigned));
+            pen.setWidth(0);
+            pen.setCosmetic(true);
+            return pen;
+        }(),
+        [] {
+            QPen pen(typeKindColour(SimpleTypeUnsigned));
+            pen.setWidth(0);
+            pen.setCosmetic(true);
+            return pen;
+        }(),
+        [] {
+            QPen pen(typeKindColour(SimpleTypeFloat));
+            pen.setWidth(0);
+            pen.setCosmetic(true);
+            return pen;
+        }(),
+        [] {
+            QPen pen(typeKindColour(SimpleTypeTime));
+            pen.setWidth(0);
+            pen.setCosmetic(true);
+            return pen;
+        }(),
+        [] {
+            QPen pen(typeKindColour(-1));
+            pen.setWidth(0);
+            pen.setCosmetic(true);
+            return pen;
+        }(),
+    };
+    return kind >= SimpleTypeBit && kind <= SimpleTypeTime ? pens[kind] : pens[5];
 }

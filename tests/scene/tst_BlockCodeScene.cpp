@@ -17,6 +17,7 @@
 #include "ModelBuilder.h"
 #include "PinBlockItem.h"
 #include "SceneTestSupport.h"
+#include "SignalLabelHostItem.h"
 #include "TestModel.h"
 #include "TestRegistry.h"
 #include "TextBlockItem.h"
@@ -28,6 +29,7 @@
 #include <QLineEdit>
 #include <QMimeData>
 #include <QPen>
+#include <QPainterPath>
 #include <QPointer>
 #include <QSignalSpy>
 #include <QTest>
@@ -89,6 +91,31 @@ int blockItemCount(BlockCodeScene* scene)
     return int(scene->blockItemMap().size());
 }
 
+// What the selection queries answer when worked out from the scene's own selection list.
+BlockItem* selectedBlockByScan(QGraphicsScene* scene)
+{
+    BlockItem* found = nullptr;
+    for (QGraphicsItem* item : scene->selectedItems()) {
+        if (auto* block = dynamic_cast<BlockItem*>(item)) {
+            if (found)
+                return nullptr;
+            found = block;
+        }
+    }
+    return found;
+}
+
+QList<BlockItem*> selectedBlocksByScan(QGraphicsScene* scene)
+{
+    QList<BlockItem*> result;
+    for (QGraphicsItem* item : scene->items(Qt::DescendingOrder)) {
+        auto* block = dynamic_cast<BlockItem*>(item);
+        if (block && block->isSelected())
+            result.append(block);
+    }
+    return result;
+}
+
 int connectionItemCount(QGraphicsScene* scene)
 {
     int count = 0;
@@ -135,6 +162,12 @@ private Q_SLOTS:
     void propertiesByHierarchyDepth_data();
     void propertiesByHierarchyDepth();
     void sceneAreaRule();
+    void selectedBlocksFollowEveryWayOfSelecting();
+    void rebuildPairsEachConnectionWithOneItem();
+    void connectionItemLeavingTheSceneIsNotPaired();
+    void movingNodeAsksTheCurrentSelection();
+    void groupMoveUnderBlockedSignalsCarriesTheEnds();
+    void pinLookUpFollowsThePinChildren();
 };
 
 void tst_BlockCodeScene::frameAndBackground()
@@ -774,6 +807,258 @@ void tst_BlockCodeScene::sceneAreaRule()
     // A hierarchy node takes precedence over the area given to the scene.
     scene.setHierarchyNode(model.area()->hierarchy()->rootNode());
     QCOMPARE(scene.sceneArea(), model.area());
+}
+
+
+void tst_BlockCodeScene::selectedBlocksFollowEveryWayOfSelecting()
+{
+    TestModel model;
+    Wired wired = placeWired(model);
+    BlockInstance* third =
+        ModelBuilder::place(model.rootCode(), definitionOf(model, QStringLiteral("StandardBlock_20")), QPointF(30, 2));
+    TestCodeScene scene(model.rootCode());
+    scene.activate();
+    QSignalSpy spy(&scene, &BlockCodeScene::stepInAllowedChanged);
+    BlockItem* first = scene.blockItemOf(wired.first);
+    BlockItem* second = scene.blockItemOf(wired.second);
+    QPointer<BlockItem> composite = scene.blockItemOf(third);
+    const auto agrees = [&scene] {
+        return scene.selectedBlockItem() == selectedBlockByScan(&scene)
+               && scene.selectedBlockItems() == selectedBlocksByScan(&scene);
+    };
+
+    first->setSelected(true);
+    composite->setSelected(true);
+    QVERIFY(agrees());
+    QCOMPARE(scene.selectedBlockItem(), nullptr);
+
+    // Hiding deselects.
+    first->setVisible(false);
+    QVERIFY(!first->isSelected());
+    QVERIFY(agrees());
+    QCOMPARE(scene.selectedBlockItem(), composite.data());
+    QCOMPARE(spy.last().at(0).toBool(), true);
+    first->setVisible(true);
+
+    // A selected item taken out of the scene leaves the selection and brings it back.
+    second->setSelected(true);
+    QVERIFY(agrees());
+    scene.removeItem(second);
+    QVERIFY(second->isSelected());
+    QVERIFY(agrees());
+    QCOMPARE(scene.selectedBlockItem(), composite.data());
+    scene.addItem(second);
+    QVERIFY(agrees());
+    QCOMPARE(scene.selectedBlockItem(), nullptr);
+
+    // A rubber band replaces the selection in one go.
+    QPainterPath area;
+    area.addRect(QRectF(1000, 1000, 6000, 4000));
+    scene.setSelectionArea(area);
+    QVERIFY(agrees());
+    QCOMPARE(scene.selectedBlockItem(), first);
+    QCOMPARE(spy.last().at(0).toBool(), false);
+
+    // A selected block that dies leaves nothing behind.
+    composite->setSelected(true);
+    QCOMPARE(spy.last().at(0).toBool(), false);
+    first->setSelected(false);
+    QCOMPARE(scene.selectedBlockItem(), composite.data());
+    QCOMPARE(spy.last().at(0).toBool(), true);
+    model.rootCode()->deleteInstance(third->identifier());
+    QVERIFY(!composite);
+    QVERIFY(agrees());
+    QCOMPARE(scene.selectedBlockItem(), nullptr);
+    QVERIFY(!scene.stepInAllowed());
+
+    scene.selectAllItems();
+    QVERIFY(agrees());
+    scene.clearSelection();
+    QVERIFY(agrees());
+    QVERIFY(scene.selectedBlockItems().isEmpty());
+}
+
+void tst_BlockCodeScene::rebuildPairsEachConnectionWithOneItem()
+{
+    TestModel model;
+    Wired wired = placeWired(model);
+    TestCodeScene scene(model.rootCode());
+    scene.activate();
+    QPointer<ConnectionItem> original = scene.connectionItemMap().value(wired.connection);
+    // A second item of the same connection, made by hand.
+    QPointer<ConnectionItem> extra = new ConnectionItem(&scene);
+    // Quietly, or the scene would tidy up at once.
+    model.rootCode()->blockChangeSignals(true);
+    extra->setConnection(wired.connection);
+    model.rootCode()->blockChangeSignals(false);
+    QCOMPARE(connectionItemCount(&scene), 2);
+    // The update keeps the item that connectionItemMap() names first for the connection.
+    const QPointer<ConnectionItem> named = scene.connectionItemMap().values(wired.connection).first();
+
+    scene.rebuild();
+
+    QCOMPARE(connectionItemCount(&scene), 1);
+    QVERIFY(named);
+    QCOMPARE(scene.connectionItemMap().value(wired.connection), named.data());
+    QVERIFY(!original || !extra);
+    // The survivor still follows the model.
+    wired.second->setPosition(QPointF(14, 4));
+    QCOMPARE(named->targetPosition(), scene.pinItemOf(wired.connection->target())->mapToScene(3000, 0));
+}
+
+void tst_BlockCodeScene::connectionItemLeavingTheSceneIsNotPaired()
+{
+    TestModel model;
+    Wired wired = placeWired(model);
+    TestCodeScene scene(model.rootCode());
+    ConnectionItem* item = scene.connectionItemMap().value(wired.connection);
+    QVERIFY(item);
+    scene.removeItem(item);
+    QGraphicsScene elsewhere;
+    elsewhere.addItem(item);
+
+    scene.rebuild();
+
+    ConnectionItem* made = scene.connectionItemMap().value(wired.connection);
+    QVERIFY(made);
+    QVERIFY(made != item);
+    QCOMPARE(item->scene(), &elsewhere);
+    QCOMPARE(connectionItemCount(&scene), 1);
+    elsewhere.removeItem(item);
+    delete item;
+    QCOMPARE(scene.connectionItemMap().value(wired.connection), made);
+}
+
+void tst_BlockCodeScene::movingNodeAsksTheCurrentSelection()
+{
+    TestModel model;
+    Wired wired = placeWired(model);
+    wired.connection->setNodePositions({QPointF(9, 2.5), QPointF(10.5, 2.5), QPointF(9, 3.5)});
+    TestCodeScene scene(model.rootCode());
+    ConnectionItem* connection = scene.connectionItemMap().value(wired.connection);
+    ConnectionNodeItem* corner = connection->allNodes().at(1);
+    QCOMPARE(corner->scenePos(), QPointF(10500, 2500));
+    BlockItem* block = scene.blockItemOf(wired.first);
+
+    // With a block in the selection the node keeps its offset from the raster.
+    corner->setSelected(true);
+    block->setSelected(true);
+    corner->setPos(corner->pos() + QPointF(1100, 0));
+    QCOMPARE(corner->scenePos(), QPointF(11500, 2500));
+
+    // Alone again, it snaps to half a unit.
+    block->setSelected(false);
+    corner->setPos(corner->pos() + QPointF(1100, 0));
+    QCOMPARE(corner->scenePos(), QPointF(12500, 2500));
+
+    // Any other selected item counts as much as a block.
+    auto* foreign = new QGraphicsRectItem(0, 0, 100, 100);
+    foreign->setFlag(QGraphicsItem::ItemIsSelectable);
+    scene.addItem(foreign);
+    foreign->setSelected(true);
+    corner->setPos(corner->pos() + QPointF(1300, 0));
+    QCOMPARE(corner->scenePos(), QPointF(13500, 2500));
+    delete foreign;
+    corner->setPos(corner->pos() + QPointF(1300, 0));
+    QCOMPARE(corner->scenePos(), QPointF(15000, 2500));
+
+    // A node that isn't selected moves alone, whatever else is.
+    block->setSelected(true);
+    corner->setSelected(false);
+    corner->setPos(corner->pos() + QPointF(1300, 0));
+    QCOMPARE(corner->scenePos(), QPointF(16500, 2500));
+}
+
+void tst_BlockCodeScene::groupMoveUnderBlockedSignalsCarriesTheEnds()
+{
+    TestModel model;
+    Wired wired = placeWired(model);
+    BlockCode* code = model.rootCode();
+    TestCodeScene scene(code);
+    scene.activate();
+    BlockItem* first = scene.blockItemOf(wired.first);
+    BlockItem* second = scene.blockItemOf(wired.second);
+    BlockPinItem* from = first->pinItem(3);
+    BlockPinItem* to = second->pinItem(1);
+    ConnectionItem* connection = scene.connectionItemMap().value(wired.connection);
+    const auto followsFlag = [](BlockItem* block) {
+        for (BlockPinItem* pin : block->pinItems()) {
+            if (!(pin->signalLabelHost()->flags() & QGraphicsItem::ItemSendsScenePositionChanges))
+                return false;
+        }
+        return true;
+    };
+
+    // A group move writes the model item by item with its signals blocked, then sends one change.
+    const bool blocked = code->blockChangeSignals(true);
+    first->moveBy(2000, 1000);
+    second->moveBy(2000, 1000);
+    first->moveBy(1000, 0);
+    // The ends on the pins went along at every step, and the model has the route as it stands.
+    QCOMPARE(connection->sourcePosition(), from->mapToScene(3000, 0));
+    QCOMPARE(connection->targetPosition(), to->mapToScene(3000, 0));
+    QCOMPARE(wired.connection->nodePositions().first(), from->mapToScene(3000, 0) / 1000.0);
+    QCOMPARE(wired.connection->nodePositions().last(), to->mapToScene(3000, 0) / 1000.0);
+    code->blockChangeSignals(blocked);
+    code->sendBlockedChangeSignal();
+    QVERIFY(followsFlag(first));
+    QVERIFY(followsFlag(second));
+    QCOMPARE(wired.first->position(), QPointF(5, 3));
+    QCOMPARE(wired.second->position(), QPointF(14, 3));
+
+    // Without the update that usually follows, the flags are back by the next turn of the loop.
+    code->blockChangeSignals(true);
+    second->moveBy(1000, 0);
+    code->blockChangeSignals(blocked);
+    QTRY_VERIFY(followsFlag(second));
+
+    // And a move outside any group is told to the ends as before.
+    first->moveBy(0, 2000);
+    QCOMPARE(connection->sourcePosition(), from->mapToScene(3000, 0));
+    QCOMPARE(wired.connection->nodePositions().first(), from->mapToScene(3000, 0) / 1000.0);
+    // Back to back: one group move, then a single move before any update.
+    code->blockChangeSignals(true);
+    second->moveBy(0, 1000);
+    code->blockChangeSignals(blocked);
+    second->moveBy(0, 1000);
+    QCOMPARE(connection->targetPosition(), to->mapToScene(3000, 0));
+    QCOMPARE(wired.connection->nodePositions().last(), to->mapToScene(3000, 0) / 1000.0);
+    QVERIFY(followsFlag(second));
+}
+
+void tst_BlockCodeScene::pinLookUpFollowsThePinChildren()
+{
+    TestModel model;
+    Wired wired = placeWired(model);
+    TestCodeScene scene(model.rootCode());
+    BlockItem* block = scene.blockItemOf(wired.first);
+    const auto firstChildWith = [block](int identifier) -> BlockPinItem* {
+        for (QGraphicsItem* child : block->childItems()) {
+            auto* pin = dynamic_cast<BlockPinItem*>(child);
+            if (pin && pin->identifier() == identifier)
+                return pin;
+        }
+        return nullptr;
+    };
+    for (int identifier : {1, 2, 3, 4, -1})
+        QCOMPARE(block->pinItem(identifier), firstChildWith(identifier));
+    BlockPinItem* output = block->pinItem(3);
+    QVERIFY(output);
+
+    // A second item for the same pin, made by hand, comes after the first in the children.
+    auto* twin = new BlockPinItem(block, wired.first->pin(3));
+    QCOMPARE(block->pinItem(3), firstChildWith(3));
+    QCOMPARE(block->pinItem(3), output);
+    delete output;
+    QCOMPARE(block->pinItem(3), twin);
+    // The connection's end finds the pin that is left, at the next update as well.
+    QCOMPARE(scene.pinItemOf(wired.connection->source()), twin);
+    scene.rebuild();
+    QCOMPARE(scene.pinItemOf(wired.connection->source()), firstChildWith(3));
+    QCOMPARE(scene.connectionItemMap().value(wired.connection)->sourcePosition(),
+             firstChildWith(3)->mapToScene(3000, 0));
+    delete firstChildWith(3);
+    QCOMPARE(block->pinItem(3), nullptr);
 }
 
 ZK_TEST_REGISTER(tst_BlockCodeScene)

@@ -6,6 +6,7 @@
 #include "Block.h"
 #include "BlockCode.h"
 #include "BlockDefinition.h"
+#include "BlockDefinitionScene.h"
 #include "BlockInstance.h"
 #include "BlockInstanceArea.h"
 #include "BlockInstanceHierarchy.h"
@@ -17,6 +18,7 @@
 #include "BlockPinInstance.h"
 #include "BlockPinItem.h"
 #include "BlockPinValueSource.h"
+#include "BlockRepository.h"
 #include "BlockSymbol.h"
 #include "ConnectionItem.h"
 #include "ConnectionNodeItem.h"
@@ -24,6 +26,7 @@
 #include "LanguageManager.h"
 #include "ModelBuilder.h"
 #include "SignalLabelHostItem.h"
+#include "SimpleType.h"
 
 #include <QAction>
 #include <QCheckBox>
@@ -37,6 +40,7 @@
 #include <QPushButton>
 #include <QTest>
 
+#include <cmath>
 #include <memory>
 
 namespace {
@@ -170,8 +174,20 @@ private Q_SLOTS:
     void invertedPinDrawsCircle();
     void textOnlyAboveDetailThreshold();
     void deletedBlockLeavesConnectionNodesBehind();
+    void createConstantPlacesAndConnectsAConstant();
+    void createConstantNearTheEdgeStandsOnThePin();
+    void createConstantCancelledLeavesNoInstance();
+    void createConstantOfAnUnsizedTypeUsesTypeFour();
+    void createParameterReadFeedsTheInput();
+    void createParameterReadCancelledLeavesNoInstance();
+    void createParameterWriteTakesTheOutput();
+    void createParameterWriteNearTheLeftEdgeKeepsThePoint();
 
 private:
+    BlockDefinitionScene* definitionScene() const;
+    BlockPinItem* definitionPin(unsigned int block, int identifier) const;
+    BlockInstance* newInstance(const QList<BlockInstance*>& before) const;
+
     BlockPinItem* pin(unsigned int block, int identifier) const;
 
     std::unique_ptr<TestModel> m_model;
@@ -887,6 +903,185 @@ void tst_BlockPinItem::deletedBlockLeavesConnectionNodesBehind()
     QCOMPARE(node->parentItem(), static_cast<QGraphicsItem*>(connection));
     QCOMPARE(node->scenePos(), where);
     QVERIFY(connection->allNodes().contains(node));
+}
+
+// A new block's item snaps it to whole model units, and the model follows the item.
+static QPointF snappedToModel(QPointF scenePos)
+{
+    return QPointF(std::trunc(scenePos.x() / 1000.0 + 0.5), std::trunc(scenePos.y() / 1000.0 + 0.5));
+}
+
+BlockDefinitionScene* tst_BlockPinItem::definitionScene() const
+{
+    return BlockDefinitionScene::forCode(m_code);
+}
+
+BlockPinItem* tst_BlockPinItem::definitionPin(unsigned int block, int identifier) const
+{
+    BlockItem* item = definitionScene()->blockItem(block);
+    return item ? item->pinItem(identifier) : nullptr;
+}
+
+BlockInstance* tst_BlockPinItem::newInstance(const QList<BlockInstance*>& before) const
+{
+    for (BlockInstance* instance : m_code->instances()) {
+        if (!before.contains(instance))
+            return instance;
+    }
+    return nullptr;
+}
+
+void tst_BlockPinItem::createConstantPlacesAndConnectsAConstant()
+{
+    BlockPinItem* input = definitionPin(m_add->identifier(), 1);
+    QVERIFY(input);
+    const QPointF end = input->mapToScene(3000, 0);
+    QVERIFY(end.x() > 8000 && end.y() > 500);
+    const QList<BlockInstance*> before = m_code->instances();
+    QString parameters;
+    auto answered = answerNextModal([&](QDialog* dialog) {
+        parameters = dialog->findChild<QLineEdit*>(QStringLiteral("parameterEdit"))->text();
+        dialog->accept();
+    });
+    input->createConstant();
+    QVERIFY(*answered);
+    BlockInstance* constant = newInstance(before);
+    QVERIFY(constant);
+    QCOMPARE(constant->block()->identifier(), QStringLiteral("ToolBlock_8000008"));
+    QCOMPARE(constant->blockDefinition()->version(), 1u);
+    QCOMPARE(constant->position(), snappedToModel(end - QPointF(8000, 500)));
+    // The dialogue already shows the text made from the pin's type.
+    const QString expected = QString::number(DatatypeProvider::instance()->simpleType(DatatypeProvider::DInt)->number())
+        + QStringLiteral(";30;10;1;");
+    QCOMPARE(parameters, expected);
+    QCOMPARE(constant->parameterText(0), expected);
+    const QList<BlockPinConnection*> connections = m_code->connectionsOf(m_add->pin(1));
+    QCOMPARE(connections.size(), 1);
+    QVERIFY(connections.first()->isConnectedTo(constant));
+    QCOMPARE(connections.first()->source(), constant->pin(1));
+    QVERIFY(definitionScene()->blockItem(constant->identifier()));
+}
+
+void tst_BlockPinItem::createConstantNearTheEdgeStandsOnThePin()
+{
+    BlockInstance* near =
+        ModelBuilder::place(m_code, ModelBuilder::newest(m_model->block(QStringLiteral("StandardBlock_10"))), {5, 0});
+    BlockPinItem* input = definitionPin(near->identifier(), 1);
+    const QPointF end = input->mapToScene(3000, 0);
+    QVERIFY(end.x() <= 8000 || end.y() <= 500);
+    const QList<BlockInstance*> before = m_code->instances();
+    auto answered = answerNextModal([](QDialog* dialog) { dialog->accept(); });
+    input->createConstant();
+    QVERIFY(*answered);
+    BlockInstance* constant = newInstance(before);
+    QVERIFY(constant);
+    // Right on the pin's end, as far as the block raster lets it.
+    QCOMPARE(constant->position(), snappedToModel(end));
+}
+
+void tst_BlockPinItem::createConstantCancelledLeavesNoInstance()
+{
+    BlockPinItem* input = definitionPin(m_add->identifier(), 1);
+    const int before = int(m_code->instances().size());
+    auto answered = answerNextModal([](QDialog* dialog) { dialog->reject(); });
+    input->createConstant();
+    QVERIFY(*answered);
+    QCOMPARE(int(m_code->instances().size()), before);
+    QVERIFY(m_code->connectionsOf(m_add->pin(1)).isEmpty());
+}
+
+void tst_BlockPinItem::createConstantOfAnUnsizedTypeUsesTypeFour()
+{
+    // An input of the open type ANY has no size of its own.
+    Block* block = ModelBuilder::primitive(m_model->standard()->library(), QStringLiteral("StandardBlock_41"),
+                                           QStringLiteral("BELIEBIG"), {{QStringLiteral("E"), DatatypeProvider::Any}},
+                                           {{QStringLiteral("A"), DatatypeProvider::Bool}});
+    BlockInstance* open = ModelBuilder::place(m_code, ModelBuilder::newest(block), {60, 10});
+    BlockPinItem* input = definitionPin(open->identifier(), 1);
+    QVERIFY(input);
+    QVERIFY(input->simpleType());
+    QCOMPARE(input->simpleType()->sizeInBytes(), 0u);
+    const QList<BlockInstance*> before = m_code->instances();
+    auto answered = answerNextModal([](QDialog* dialog) { dialog->accept(); });
+    input->createConstant();
+    QVERIFY(*answered);
+    BlockInstance* constant = newInstance(before);
+    QVERIFY(constant);
+    QCOMPARE(constant->parameterText(0), QStringLiteral("4;30;10;1;"));
+}
+
+void tst_BlockPinItem::createParameterReadFeedsTheInput()
+{
+    BlockPinItem* input = definitionPin(m_add->identifier(), 2);
+    const QPointF end = input->mapToScene(3000, 0);
+    QVERIFY(end.x() > 9000 && end.y() > 1500);
+    const unsigned int realtime = m_code->realtime(m_add->identifier());
+    QVERIFY(realtime != 0);
+    QCOMPARE(m_code->background(m_add->identifier()), 0u);
+    const QList<BlockInstance*> before = m_code->instances();
+    auto answered = answerNextModal([](QDialog* dialog) { dialog->accept(); });
+    input->createParameterRead();
+    QVERIFY(*answered);
+    BlockInstance* reader = newInstance(before);
+    QVERIFY(reader);
+    QCOMPARE(reader->block()->identifier(), QStringLiteral("MagicBlock_300005"));
+    QCOMPARE(reader->position(), snappedToModel(end - QPointF(9000, 1500)));
+    const QList<BlockPinConnection*> connections = m_code->connectionsOf(m_add->pin(2));
+    QCOMPARE(connections.size(), 1);
+    QCOMPARE(connections.first()->source(), reader->pin(2));
+    // It takes the place of the block it feeds, which runs right after it.
+    QCOMPARE(m_code->realtime(reader->identifier()), realtime);
+    QCOMPARE(m_code->realtime(m_add->identifier()), realtime + 1);
+    QCOMPARE(m_code->background(reader->identifier()), 0u);
+}
+
+void tst_BlockPinItem::createParameterReadCancelledLeavesNoInstance()
+{
+    BlockPinItem* input = definitionPin(m_add->identifier(), 2);
+    const int before = int(m_code->instances().size());
+    auto answered = answerNextModal([](QDialog* dialog) { dialog->reject(); });
+    input->createParameterRead();
+    QVERIFY(*answered);
+    QCOMPARE(int(m_code->instances().size()), before);
+    QVERIFY(m_code->connectionsOf(m_add->pin(2)).isEmpty());
+}
+
+void tst_BlockPinItem::createParameterWriteTakesTheOutput()
+{
+    BlockPinItem* output = definitionPin(m_add->identifier(), 3);
+    const QPointF end = output->mapToScene(3000, 0);
+    const unsigned int realtime = m_code->realtime(m_add->identifier());
+    const QList<BlockInstance*> before = m_code->instances();
+    auto answered = answerNextModal([](QDialog* dialog) { dialog->accept(); });
+    output->createParameterWrite();
+    QVERIFY(*answered);
+    BlockInstance* writer = newInstance(before);
+    QVERIFY(writer);
+    QCOMPARE(writer->block()->identifier(), QStringLiteral("MagicBlock_300006"));
+    // To the right of the output, and after the block that produces the value.
+    QCOMPARE(writer->position(), snappedToModel(end + QPointF(5000, -1500)));
+    const QList<BlockPinConnection*> connections = m_code->connectionsOf(m_add->pin(3));
+    QCOMPARE(connections.size(), 1);
+    QCOMPARE(connections.first()->target(), writer->pin(1));
+    QCOMPARE(m_code->realtime(m_add->identifier()), realtime);
+    QCOMPARE(m_code->realtime(writer->identifier()), realtime + 1);
+}
+
+void tst_BlockPinItem::createParameterWriteNearTheLeftEdgeKeepsThePoint()
+{
+    // An output whose end lies at x = 9000 at most: a narrow block right at the left edge.
+    BlockInstance* near =
+        ModelBuilder::place(m_code, BlockRepository::instance().blockDefinition(QStringLiteral("ToolBlock_8000008"), 1), {0, 5});
+    BlockPinItem* output = definitionPin(near->identifier(), 1);
+    const QPointF end = output->mapToScene(3000, 0);
+    QVERIFY2(end.x() <= 9000, qPrintable(QString::number(end.x())));
+    const QList<BlockInstance*> before = m_code->instances();
+    auto answered = answerNextModal([](QDialog* dialog) { dialog->accept(); });
+    output->createParameterWrite();
+    QVERIFY(*answered);
+    BlockInstance* writer = newInstance(before);
+    QVERIFY(writer);
+    QCOMPARE(writer->position(), snappedToModel(end));
 }
 
 ZK_TEST_REGISTER(tst_BlockPinItem)

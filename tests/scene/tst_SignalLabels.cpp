@@ -114,6 +114,8 @@ private Q_SLOTS:
     void nodeDeletionTakesHostAndLabels();
     void hostFollowsItsNodeIntoDeletion();
     void paintColours();
+    void hostHidesWhenItsLabelsGoWithoutIt();
+    void labelsFollowAGroupMove();
 
 private:
     BlockPinItem* outputPin() const;
@@ -593,6 +595,54 @@ void tst_SignalLabels::paintColours()
     QCOMPARE(pixelAt(inside).rgb(), QColor(Qt::yellow).rgb());
     item->setSelected(true);
     QCOMPARE(pixelAt(inside).rgb(), QColor(Qt::yellow).darker(120).rgb());
+}
+
+void tst_SignalLabels::hostHidesWhenItsLabelsGoWithoutIt()
+{
+    BlockPinItem* pin = outputPin();
+    SignalLabelHostItem* host = pin->signalLabelHost();
+    SignalLabel* label = makeLabel(QStringLiteral("Pumpe"));
+    pin->updateFromInstance();
+    QVERIFY(host->isVisible());
+    // The model drops the label quietly; the host hears of it only through the pin's next update.
+    m_code->blockChangeSignals(true);
+    m_root->deleteSignalLabel(label);
+    m_code->blockChangeSignals(false);
+    QVERIFY(host->isVisible());
+    pin->updateFromInstance();
+    QVERIFY(!host->isVisible());
+    makeLabel(QStringLiteral("Ventil"));
+    pin->updateFromInstance();
+    QVERIFY(host->isVisible());
+    QCOMPARE(host->toolTip(), QStringLiteral("Ventil"));
+    // The host itself hides when its last label goes by its own menu; the pin keeps up with that.
+    host->hideAllSignalLabels();
+    m_root->deleteSignalLabel(host->labels().first());
+    host->updateFromLabels();
+    QVERIFY(!host->isVisible());
+    makeLabel(QStringLiteral("Motor"));
+    m_scene->rebuild();
+    QVERIFY(host->isVisible());
+}
+
+void tst_SignalLabels::labelsFollowAGroupMove()
+{
+    SignalLabel* label = makeLabel(QStringLiteral("Pumpe"), QPointF(1, -2));
+    outputPin()->addSignalLabel(label);
+    SignalLabelItem* item = outputPin()->signalLabelHost()->labelItem(label);
+    const QPointF before = item->pos();
+    BlockItem* block = m_scene->blockItem(m_and->identifier());
+    const bool blocked = m_code->blockChangeSignals(true);
+    block->moveBy(5000, 3000);
+    QCOMPARE(item->pos(), before + QPointF(5000, 3000));
+    block->moveBy(-1000, 0);
+    QCOMPARE(item->pos(), before + QPointF(4000, 3000));
+    m_code->blockChangeSignals(blocked);
+    m_code->sendBlockedChangeSignal();
+    QCOMPARE(item->pos(), before + QPointF(4000, 3000));
+    QCOMPARE(label->offset(), QPointF(1, -2));
+    block->moveBy(0, 1000);
+    QCOMPARE(item->pos(), before + QPointF(4000, 4000));
 }
 
 ZK_TEST_REGISTER(tst_SignalLabels)

@@ -32,6 +32,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace {
 
@@ -117,6 +118,59 @@ public:
     QVarLengthArray<PinEntry, 4> pinIndex;
     bool pinIndexValid = false;
     QString toolTipShown;
+
+    // The children that left this item while updatePins() runs; an update within an update
+    // hands its record on to the outer one.
+    class ChildRemovals
+    {
+    public:
+        explicit ChildRemovals(BlockItemPrivate* owner)
+            : m_owner(owner)
+            , m_outer(std::exchange(owner->childRemovals, this))
+        {
+        }
+        ~ChildRemovals()
+        {
+            m_owner->childRemovals = m_outer;
+            if (m_outer)
+                m_outer->m_items.append(m_items.constData(), m_items.size());
+        }
+        ChildRemovals(const ChildRemovals&) = delete;
+        ChildRemovals& operator=(const ChildRemovals&) = delete;
+        void add(const QGraphicsItem* item) { m_items.append(item); }
+        bool contains(const QGraphicsItem* item) const { return m_items.contains(item); }
+
+    private:
+        BlockItemPrivate* m_owner;
+        ChildRemovals* m_outer;
+        QVarLengthArray<const QGraphicsItem*, 4> m_items;
+    };
+    ChildRemovals* childRemovals = nullptr;
+
+    // The symbol's pin lists while updatePins() runs, for pinPosition().
+    class SymbolRows
+    {
+    public:
+        SymbolRows(BlockItemPrivate* owner, const BlockSymbol* symbol)
+            : m_owner(owner)
+            , m_outer(std::exchange(owner->symbolRows, this))
+            , inputs(symbol->inputPins())
+            , outputs(symbol->outputPins())
+        {
+        }
+        ~SymbolRows() { m_owner->symbolRows = m_outer; }
+        SymbolRows(const SymbolRows&) = delete;
+        SymbolRows& operator=(const SymbolRows&) = delete;
+
+    private:
+        BlockItemPrivate* m_owner;
+        SymbolRows* m_outer;
+
+    public:
+        const QList<int> inputs;
+        const QList<int> outputs;
+    };
+    SymbolRows* symbolRows = nullptr;
 };
 
 namespace {
@@ -430,9 +484,15 @@ QPointF BlockItem::pinPosition(int pinIdentifier) const
     BlockInstance* instance = d->instance.data();
     if (!instance)
         return QPointF(0, 0);
-    const BlockSymbol* symbol = instance->symbol();
-    const QList<int> inputs = symbol->inputPins();
-    const QList<int> outputs = symbol->outputPins();
+    QList<int> ownInputs;
+    QList<int> ownOutputs;
+    if (!d->symbolRows) {
+        const BlockSymbol* symbol = instance->symbol();
+        ownInputs = symbol->inputPins();
+        ownOutputs = symbol->outputPins();
+    }
+    const QList<int>& inputs = d->symbolRows ? d->symbolRows->inputs : ownInputs;
+    const QList<int>& outputs = d->symbolRows ? d->symbolRows->outputs : ownOutputs;
     const qsizetype inputIndex = inputs.indexOf(pinIdentifier);
     if (inputIndex >= 0)
         return QPointF(0, (inputIndex + 0.5) * BlockCodeScene::ModelUnit);
@@ -449,13 +509,14 @@ QPointF BlockItem::pinPosition(int pinIdentifier) const
 
 void BlockItem::updatePins()
 {
-    // Updating one pin may delete another (its connection nodes move, the model reacts); weak
-    // references notice that. Of several items with one identifier (pins that are gone all have
-    // 0) the last in pinItems() order stands for it; the others are left as they are.
+    // Updating one pin may delete another (its connection nodes move, the model reacts). The block
+    // hears of every child that leaves it, and an item that left is passed over even if a new one
+    // takes its address. Of several items with one identifier (pins that are gone all have 0) the
+    // last in pinItems() order stands for it; the others are left as they are.
     struct Remaining
     {
         int identifier;
-        QPointer<BlockPinItem> item;
+        BlockPinItem* item;
         bool taken;
     };
     QVarLengthArray<Remaining, 8> remaining;
@@ -475,17 +536,21 @@ void BlockItem::updatePins()
             remaining.append({identifier, pin, false});
     }
 
+    BlockItemPrivate::ChildRemovals removals(d.get());
     if (BlockInstance* instance = d->instance.data()) {
+        // Every pin asks for its place on the symbol; the symbol's pin lists are read once.
+        const BlockItemPrivate::SymbolRows rows(d.get(), instance->symbol());
         const QList<BlockPinInstance*> pins = instance->pins();
         for (BlockPinInstance* pin : pins) {
             const int identifier = pin->identifier();
-            QPointer<BlockPinItem> item;
+            BlockPinItem* item = nullptr;
             auto it = std::find_if(remaining.begin(), remaining.end(), [identifier](const Remaining& entry) {
                 return !entry.taken && entry.identifier == identifier;
             });
             if (it != remaining.end()) {
                 it->taken = true;
-                item = it->item;
+                if (!removals.contains(it->item))
+                    item = it->item;
             }
             // A new pin item has just read its pin in its constructor; reading it again at once
             // would change nothing.
@@ -499,8 +564,8 @@ void BlockItem::updatePins()
     std::sort(remaining.begin(), remaining.end(),
               [](const Remaining& a, const Remaining& b) { return a.identifier < b.identifier; });
     for (const Remaining& entry : std::as_const(remaining)) {
-        if (!entry.taken)
-            delete entry.item.data();
+        if (!entry.taken && !removals.contains(entry.item))
+            delete entry.item;
     }
 }
 
@@ -730,6 +795,8 @@ QVariant BlockItem::itemChange(GraphicsItemChange change, const QVariant& value)
             d->joinIndex();
     } else if (change == ItemChildAddedChange || change == ItemChildRemovedChange) {
         d->pinIndexValid = false;
+        if (change == ItemChildRemovedChange && d->childRemovals)
+            d->childRemovals->add(value.value<QGraphicsItem*>());
     } else if (change == ItemPositionHasChanged && d->tellsFollowers) {
         d->tellFollowers();
     } else if (change == ItemSelectedChange) {

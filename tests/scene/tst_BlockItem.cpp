@@ -106,6 +106,29 @@ QAction* actionNamed(QMenu* menu, const QString& text)
     return nullptr;
 }
 
+// A child of a pin that deletes another pin item as soon as it is shown: the reaction of the model
+// to one pin's update taking another pin away, as seen from updatePins().
+class PinRemover : public QGraphicsRectItem
+{
+public:
+    PinRemover(QGraphicsItem* parent, QPointer<BlockPinItem>* victim)
+        : QGraphicsRectItem(parent)
+        , m_victim(victim)
+    {
+    }
+
+protected:
+    QVariant itemChange(GraphicsItemChange change, const QVariant& value) override
+    {
+        if (change == ItemVisibleHasChanged && value.toBool() && *m_victim)
+            delete m_victim->data();
+        return QGraphicsRectItem::itemChange(change, value);
+    }
+
+private:
+    QPointer<BlockPinItem>* m_victim;
+};
+
 } // namespace
 
 class tst_BlockItem : public QObject
@@ -122,6 +145,7 @@ private Q_SLOTS:
     void pinPosition_data();
     void pinPosition();
     void updatePinsReconciles();
+    void updatePinsSurvivesAPinGoingMidway();
     void runtimePositionText();
     void snapping_data();
     void snapping();
@@ -310,6 +334,32 @@ void tst_BlockItem::updatePinsReconciles()
     QVERIFY(item->pinItem(5));
     QCOMPARE(item->pinItem(1), kept.data());
     QCOMPARE(item->pinItems().size(), instance->pins().size());
+}
+
+void tst_BlockItem::updatePinsSurvivesAPinGoingMidway()
+{
+    TestModel model;
+    BlockInstance* instance =
+        ModelBuilder::place(model.rootCode(), definitionOf(model, QStringLiteral("StandardBlock_1")), QPointF(1, 1));
+    TestCodeScene scene(model.rootCode());
+    BlockItem* item = scene.blockItemOf(instance);
+    BlockPinItem* first = item->pinItem(1);
+    QPointer<BlockPinItem> output = item->pinItem(3);
+    QVERIFY(first && output);
+    // The first pin shows again at its next update, and then takes the output's item away before
+    // the output's turn comes.
+    first->setVisible(false);
+    new PinRemover(first, &output);
+
+    item->updatePins();
+
+    QVERIFY(!output);
+    BlockPinItem* made = item->pinItem(3);
+    QVERIFY(made);
+    QCOMPARE(made->pinInstance(), instance->pin(3));
+    QCOMPARE(made->pos(), item->pinPosition(3));
+    QCOMPARE(item->pinItems().size(), instance->pins().size());
+    QVERIFY(first->isVisible());
 }
 
 void tst_BlockItem::runtimePositionText()

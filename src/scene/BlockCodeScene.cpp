@@ -624,12 +624,17 @@ bool BlockCodeScene::stepInAllowed()
 
 void BlockCodeScene::copyToClipboard()
 {
+    // The model may have deleted the code while a key or menu still reaches the scene; the
+    // clipboard then keeps what the user had in it.
+    BlockCode* code = blockCode();
+    if (!code)
+        return;
     QList<unsigned int> identifiers;
     const QList<BlockItem*> selected = selectedBlockItems();
     identifiers.reserve(selected.size());
     for (BlockItem* item : selected)
         identifiers.append(item->identifier());
-    QMimeData* data = blockCode()->createTransferData(identifiers);
+    QMimeData* data = code->createTransferData(identifiers);
     QGuiApplication::clipboard()->setMimeData(data, QClipboard::Clipboard);
 }
 

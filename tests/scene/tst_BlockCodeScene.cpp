@@ -154,6 +154,7 @@ private Q_SLOTS:
     void copyKeys_data();
     void copyKeys();
     void copyWithoutSelection();
+    void copyWithoutCodeKeepsClipboard();
     void selectAllKey();
     void helpKeyWithTwoSelectedIsNotConsumed();
     void otherKeysReachBase();
@@ -640,6 +641,16 @@ void tst_BlockCodeScene::copyWithoutSelection()
     QVERIFY(data && data->hasFormat(BlockCode::TransferMimeType));
     std::unique_ptr<QMimeData> expected(model.rootCode()->createTransferData({}));
     QCOMPARE(data->data(BlockCode::TransferMimeType), expected->data(BlockCode::TransferMimeType));
+}
+
+void tst_BlockCodeScene::copyWithoutCodeKeepsClipboard()
+{
+    TestModel model;
+    TestCodeScene scene(nullptr);
+    QGuiApplication::clipboard()->setText(QStringLiteral("before"));
+    scene.copyToClipboard();
+    sendSceneKey(&scene, Qt::Key_C, Qt::ControlModifier);
+    QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("before"));
 }
 
 void tst_BlockCodeScene::selectAllKey()

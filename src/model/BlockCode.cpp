@@ -236,7 +236,30 @@ void BlockCode::notifyChanged()
 void BlockCode::updateVariantPins(BlockInstanceArea*)
 {
     bool any = false;
+    // A pin is variant only through its definition's pin. Most definitions have none, and their
+    // instances' pins need no visit: each shown code runs this at every update.
+    QHash<const BlockDefinition*, bool> variantDefinitions;
+    const auto hasVariantPins = [&variantDefinitions](const BlockDefinition* definition) {
+        if (!definition)
+            return false;
+        auto it = variantDefinitions.constFind(definition);
+        if (it == variantDefinitions.cend()) {
+            bool variant = false;
+            for (int identifier : definition->pins()) {
+                const BlockPin* pin = definition->pin(identifier);
+                const SimpleType* type = pin ? DatatypeProvider::instance()->simpleType(pin->datatype()) : nullptr;
+                if (type && type->isVariant()) {
+                    variant = true;
+                    break;
+                }
+            }
+            it = variantDefinitions.insert(definition, variant);
+        }
+        return *it;
+    };
     for (BlockInstance* instance : std::as_const(m_instances)) {
+        if (!hasVariantPins(instance->blockDefinition()))
+            continue;
         for (BlockPinInstance* pin : instance->pins()) {
             if (!pin->isVariant())
                 continue;

@@ -28,12 +28,26 @@ eBlockPinFunction BlockPinInstance::function() const
     return pin ? pin->function() : BlockPinFunctionNone;
 }
 
+namespace {
+
+bool isVariantPin(const BlockPin* pin)
+{
+    const SimpleType* type = pin ? DatatypeProvider::instance()->simpleType(pin->datatype()) : nullptr;
+    return type && type->isVariant();
+}
+
+} // namespace
+
 unsigned char BlockPinInstance::datatype() const
 {
-    const BlockPin* pin = blockPin();
+    return datatypeOf(blockPin());
+}
+
+unsigned char BlockPinInstance::datatypeOf(const BlockPin* pin) const
+{
     if (!pin)
         return 0;
-    if (isVariant()) {
+    if (isVariantPin(pin)) {
         // A constant block carries its type as the first field of its parameter text.
         const BlockDefinition* definition = m_owner->blockDefinition();
         if (definition && definition->function() == QLatin1String("constant")) {
@@ -48,19 +62,16 @@ unsigned char BlockPinInstance::datatype() const
 
 unsigned char BlockPinInstance::datatype(BlockInstanceArea*) const
 {
-    const unsigned char own = datatype();
-    if (m_resolvedType && isVariant())
+    // Every pin of a shown code asks this at every update: the definition's pin is found once.
+    const BlockPin* pin = blockPin();
+    if (m_resolvedType && isVariantPin(pin))
         return m_resolvedType;
-    return own;
+    return datatypeOf(pin);
 }
 
 bool BlockPinInstance::isVariant() const
 {
-    const BlockPin* pin = blockPin();
-    if (!pin)
-        return false;
-    const SimpleType* type = DatatypeProvider::instance()->simpleType(pin->datatype());
-    return type && type->isVariant();
+    return isVariantPin(blockPin());
 }
 
 void BlockPinInstance::setResolvedDatatype(unsigned char type)

@@ -45,6 +45,7 @@ private:
     friend class BlockCode;
     BlockPinInstance(BlockInstance* owner, int identifier);
     void changed();
+    unsigned char datatypeOf(const BlockPin* pin) const;
 
     BlockInstance* m_owner;
     int m_identifier;

@@ -6,6 +6,7 @@
 #include "BlockDefinition.h"
 #include "BlockInstance.h"
 #include "BlockInstanceArea.h"
+#include "BlockInstanceHierarchyNode.h"
 #include "BlockPinInstance.h"
 #include "BlockPinItem.h"
 #include "BlockSymbol.h"
@@ -169,6 +170,10 @@ public:
     public:
         const QList<int> inputs;
         const QList<int> outputs;
+        // The node of the block, the same for every pin; guarded, as the pins' updates reach into
+        // the model.
+        QPointer<BlockInstanceHierarchyNode> node;
+        bool nodeRead = false;
     };
     SymbolRows* symbolRows = nullptr;
 };
@@ -479,6 +484,21 @@ QList<BlockPinItem*> BlockItem::pinItems() const
     return pins;
 }
 
+bool BlockItem::pinsHierarchyNode(BlockInstanceHierarchyNode** pNode) const
+{
+    BlockItemPrivate::SymbolRows* rows = d->symbolRows;
+    if (!rows)
+        return false;
+    if (!rows->nodeRead) {
+        BlockCodeScene* scene = codeScene();
+        BlockInstanceHierarchyNode* sceneNode = scene ? scene->hierarchyNode() : nullptr;
+        rows->node = sceneNode ? sceneNode->instanceNode(d->identifier) : nullptr;
+        rows->nodeRead = true;
+    }
+    *pNode = rows->node.data();
+    return true;
+}
+
 QPointF BlockItem::pinPosition(int pinIdentifier) const
 {
     BlockInstance* instance = d->instance.data();
@@ -522,11 +542,7 @@ void BlockItem::updatePins()
     QVarLengthArray<Remaining, 8> remaining;
     // Children in their order: of equal identifiers the last one stands, as with pinItems(),
     // whose sort keeps that order among equals.
-    const QList<QGraphicsItem*> children = childItems();
-    for (QGraphicsItem* child : children) {
-        auto* pin = dynamic_cast<BlockPinItem*>(child);
-        if (!pin)
-            continue;
+    const auto note = [&remaining](BlockPinItem* pin) {
         const int identifier = pin->identifier();
         auto it = std::find_if(remaining.begin(), remaining.end(),
                                [identifier](const Remaining& entry) { return entry.identifier == identifier; });
@@ -534,6 +550,17 @@ void BlockItem::updatePins()
             it->item = pin;
         else
             remaining.append({identifier, pin, false});
+    };
+    if (d->pinIndexValid) {
+        // The index holds the pin children in childItems() order as long as no child came or went.
+        for (const BlockItemPrivate::PinEntry& entry : std::as_const(d->pinIndex))
+            note(entry.pin);
+    } else {
+        const QList<QGraphicsItem*> children = childItems();
+        for (QGraphicsItem* child : children) {
+            if (auto* pin = dynamic_cast<BlockPinItem*>(child))
+                note(pin);
+        }
     }
 
     BlockItemPrivate::ChildRemovals removals(d.get());

@@ -13,6 +13,7 @@
 
 class BlockCodeScene;
 class BlockInstance;
+class BlockInstanceHierarchyNode;
 class BlockItemPrivate;
 class BlockPinItem;
 class QGraphicsSceneMouseEvent;
@@ -74,6 +75,10 @@ private:
     // the look-up need not ask each pin again.
     friend class BlockCodeScene;
     BlockPinItem* indexedPinItem(int pinIdentifier, bool pinsJustRead) const;
+    // For the pins while updatePins() runs: the hierarchy node of this block, looked up once for
+    // all of them. False outside updatePins().
+    friend class BlockPinItem;
+    bool pinsHierarchyNode(BlockInstanceHierarchyNode** pNode) const;
 
     std::unique_ptr<BlockItemPrivate> d;
 };

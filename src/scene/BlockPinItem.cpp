@@ -377,6 +377,10 @@ bool BlockPinItem::isInput() const
 
 BlockInstanceHierarchyNode* BlockPinItem::hierarchyNode() const
 {
+    // While the block updates its pins it has looked the node up for all of them.
+    BlockInstanceHierarchyNode* known = nullptr;
+    if (d->blockItem && d->blockItem->pinsHierarchyNode(&known))
+        return known;
     BlockCodeScene* scene = d->codeScene();
     BlockInstanceHierarchyNode* node = scene ? scene->hierarchyNode() : nullptr;
     return node ? node->instanceNode(d->blockItem->identifier()) : nullptr;

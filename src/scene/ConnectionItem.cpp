@@ -11,6 +11,8 @@
 #include "DatatypeProvider.h"
 #include "SimpleType.h"
 
+#include <algorithm>
+
 #include <QAction>
 #include <QColor>
 #include <QGraphicsSceneMouseEvent>
@@ -162,14 +164,12 @@ void ConnectionItemPrivate::updateFrom(BlockPinConnection* pConnection)
     BlockPinItem* sourcePin = scene->pinItemOf(pConnection->source());
     BlockPinItem* targetPin = scene->pinItemOf(pConnection->target());
 
-    QList<QPointF> points = pConnection->nodePositions();
-    QPointF start;
-    QPointF end;
-    if (!points.isEmpty()) {
-        start = points.takeFirst() * BlockCodeScene::ModelUnit;
-        if (!points.isEmpty())
-            end = points.takeLast() * BlockCodeScene::ModelUnit;
-    }
+    // The first and the last point are the ends, those between the corners. Read in place: the
+    // model's list is shared, and taking from it would copy it.
+    const QList<QPointF> points = pConnection->nodePositions();
+    const qsizetype corners = std::max<qsizetype>(0, points.size() - 2);
+    const QPointF start = points.isEmpty() ? QPointF() : points.first() * BlockCodeScene::ModelUnit;
+    const QPointF end = points.size() > 1 ? points.last() * BlockCodeScene::ModelUnit : QPointF();
 
     // An end that sits on its pin already stays as it is: attaching it again would change
     // nothing but make the whole route measure itself anew, at every update of the scene.
@@ -185,13 +185,13 @@ void ConnectionItemPrivate::updateFrom(BlockPinConnection* pConnection)
     if (!sourcePin)
         sourceNode->setPos(start);
 
-    reshaped = reshaped || cornerNodes.size() != points.size();
-    while (cornerNodes.size() < points.size())
+    reshaped = reshaped || cornerNodes.size() != corners;
+    while (cornerNodes.size() < corners)
         cornerNodes.append(new ConnectionNodeItem(q));
-    while (cornerNodes.size() > points.size())
+    while (cornerNodes.size() > corners)
         delete cornerNodes.takeLast();
-    for (int i = 0; i < points.size(); ++i)
-        cornerNodes.at(i)->setPos(points.at(i) * BlockCodeScene::ModelUnit);
+    for (qsizetype i = 0; i < corners; ++i)
+        cornerNodes.at(i)->setPos(points.at(i + 1) * BlockCodeScene::ModelUnit);
 
     attach(targetNode, targetPin);
     if (!targetPin)

@@ -2,6 +2,11 @@
 
 #include "zkblockmodel_export.h"
 
+// The guarded pointers below hand out their objects in inline accessors.
+#include "BlockCode.h"
+#include "BlockDefinition.h"
+#include "BlockInstance.h"
+
 #include <QHash>
 #include <QList>
 #include <QObject>

@@ -2,6 +2,9 @@
 
 #include "zkblockmodel_export.h"
 
+// The guarded pointers below hand out their objects in inline accessors.
+#include "BlockPinInstance.h"
+
 #include <QList>
 #include <QObject>
 #include <QPointF>

@@ -2,6 +2,9 @@
 
 #include "zkblockmodel_export.h"
 
+// The guarded pointer below hands out its object in an inline accessor.
+#include "BlockInstanceHierarchyNode.h"
+
 #include <QPointer>
 #include <QWidget>
 

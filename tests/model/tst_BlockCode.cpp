@@ -60,6 +60,7 @@ private Q_SLOTS:
     void signalLabelsRoundTrip();
     void exportToTextFile();
     void variantPinsFollowPartner();
+    void variantPinsOfEveryInstanceFollow();
     void pinRemovalLeavesDanglingEnd();
     void constantTypeFromParameters();
 };
@@ -507,6 +508,28 @@ void tst_BlockCode::variantPinsFollowPartner()
     QVERIFY(c->isValid(model.area()));
     code->updateVariantPins(model.area());
     QCOMPARE(out->datatype(model.area()), uchar(DatatypeProvider::DInt));
+}
+
+void tst_BlockCode::variantPinsOfEveryInstanceFollow()
+{
+    // Blocks without variant pins come first and in between; both instances of the variant
+    // definition are resolved, each from its own partner.
+    TestModel model;
+    BlockCode* code = model.rootCode();
+    BlockDefinition* adder = model.block(QStringLiteral("StandardBlock_10"))->blockDefinition(0);
+    BlockDefinition* constantDefinition = model.block(QStringLiteral("ToolBlock_8000008"))->blockDefinition(1);
+    BlockInstance* add = ModelBuilder::place(code, adder, {10, 0});
+    BlockInstance* first = ModelBuilder::place(code, constantDefinition, {0, 0});
+    BlockInstance* otherAdd = ModelBuilder::place(code, adder, {10, 10});
+    BlockInstance* second = ModelBuilder::place(code, constantDefinition, {0, 10});
+    BlockInstance* unwired = ModelBuilder::place(code, constantDefinition, {0, 20});
+    ModelBuilder::wire(code, first, 1, add, 1);
+    ModelBuilder::wire(code, second, 1, otherAdd, 2);
+    code->updateVariantPins(model.area());
+    QCOMPARE(first->pin(1)->datatype(model.area()), uchar(DatatypeProvider::DInt));
+    QCOMPARE(second->pin(1)->datatype(model.area()), uchar(DatatypeProvider::DInt));
+    QCOMPARE(unwired->pin(1)->datatype(model.area()), uchar(DatatypeProvider::Any));
+    QCOMPARE(add->pin(1)->datatype(model.area()), uchar(DatatypeProvider::DInt));
 }
 
 void tst_BlockCode::pinRemovalLeavesDanglingEnd()

@@ -12,6 +12,7 @@
 #include <QMouseEvent>
 #include <QPointer>
 #include <QResizeEvent>
+#include <QScrollBar>
 #include <QWheelEvent>
 
 BlockCodeViewPrivate::BlockCodeViewPrivate(BlockCodeView* owner)
@@ -34,6 +35,22 @@ BlockCodeView::BlockCodeView(QWidget* parent)
 }
 
 BlockCodeView::~BlockCodeView() = default;
+
+BlockCodeView::ViewState BlockCodeView::viewState() const
+{
+    ViewState state;
+    state.horizontalValue = horizontalScrollBar()->value();
+    state.verticalValue = verticalScrollBar()->value();
+    state.zoomFactor = zoomFactor();
+    return state;
+}
+
+void BlockCodeView::applyViewState(const ViewState& state)
+{
+    setZoomFactor(state.zoomFactor);
+    horizontalScrollBar()->setValue(state.horizontalValue);
+    verticalScrollBar()->setValue(state.verticalValue);
+}
 
 double BlockCodeView::zoomFactor() const
 {

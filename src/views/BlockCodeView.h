@@ -41,6 +41,17 @@ public:
     virtual bool isStepOutAllowed() const = 0;
     virtual QString currentPath() const = 0;
 
+    // Where the user stands in the shown scene; views that swap scenes keep one per scene.
+    struct ViewState
+    {
+        int horizontalValue = 0;
+        int verticalValue = 0;
+        double zoomFactor = 1.0;
+    };
+    ViewState viewState() const;
+    // The zoom first: it moves the scroll ranges that the values are read against.
+    void applyViewState(const ViewState& state);
+
     double zoomFactor() const;
     BlockCheckIssueView* checkIssueView() const;
     QLabel* statusLabel() const;

@@ -22,7 +22,6 @@
 #include <QByteArray>
 #include <QLabel>
 #include <QMdiArea>
-#include <QScrollBar>
 #include <QSignalBlocker>
 
 namespace {
@@ -136,10 +135,7 @@ void BlockHierarchyNodeViewPrivate::swapScene(BlockCodeScene* newScene)
     const QString path = q->currentPath();
     BlockCodeScene* oldScene = codeScene();
     const bool sameCode = oldScene && newScene && oldScene->blockCode() == newScene->blockCode();
-    ViewState state;
-    state.horizontalValue = q->horizontalScrollBar()->value();
-    state.verticalValue = q->verticalScrollBar()->value();
-    state.zoomFactor = q->zoomFactor();
+    ViewState state = q->viewState();
     sceneViewStates.insert(q->scene(), state);
 
     if (oldScene) {
@@ -176,9 +172,7 @@ void BlockHierarchyNodeViewPrivate::swapScene(BlockCodeScene* newScene)
             }
         }
     }
-    q->setZoomFactor(state.zoomFactor);
-    q->horizontalScrollBar()->setValue(state.horizontalValue);
-    q->verticalScrollBar()->setValue(state.verticalValue);
+    q->applyViewState(state);
     Q_EMIT areaChanged();
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "BlockCodeView.h"
+
 #include <QHash>
 #include <QList>
 #include <QObject>
@@ -18,12 +20,7 @@ class BlockHierarchyNodeViewPrivate : public QObject
 {
     Q_OBJECT
 public:
-    struct ViewState
-    {
-        int horizontalValue = 0;
-        int verticalValue = 0;
-        double zoomFactor = 1.0;
-    };
+    using ViewState = BlockCodeView::ViewState;
 
     explicit BlockHierarchyNodeViewPrivate(BlockHierarchyNodeView* owner);
 

@@ -9,7 +9,6 @@
 #include "BlockInstance.h"
 #include "BlockItem.h"
 
-#include <QScrollBar>
 
 LibraryBlockDefinitionViewPrivate::LibraryBlockDefinitionViewPrivate(LibraryBlockDefinitionView* owner)
     : QObject(owner)
@@ -47,10 +46,7 @@ void LibraryBlockDefinitionViewPrivate::swapScene(BlockDefinitionScene* newScene
 {
     BlockDefinitionScene* oldScene = definitionScene();
     const bool sameCode = oldScene && newScene && oldScene->blockCode() == newScene->blockCode();
-    ViewState state;
-    state.horizontalValue = q->horizontalScrollBar()->value();
-    state.verticalValue = q->verticalScrollBar()->value();
-    state.zoomFactor = q->zoomFactor();
+    ViewState state = q->viewState();
     sceneViewStates.insert(q->scene(), state);
 
     if (oldScene) {
@@ -81,9 +77,7 @@ void LibraryBlockDefinitionViewPrivate::swapScene(BlockDefinitionScene* newScene
             state.verticalValue = 0;
         }
     }
-    q->setZoomFactor(state.zoomFactor);
-    q->horizontalScrollBar()->setValue(state.horizontalValue);
-    q->verticalScrollBar()->setValue(state.verticalValue);
+    q->applyViewState(state);
 }
 
 void LibraryBlockDefinitionViewPrivate::emitAllowedSignals()

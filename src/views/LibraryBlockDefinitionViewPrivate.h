@@ -1,5 +1,7 @@
 #pragma once
 
+#include "BlockCodeView.h"
+
 #include <QHash>
 #include <QList>
 #include <QObject>
@@ -14,12 +16,7 @@ class LibraryBlockDefinitionViewPrivate : public QObject
 {
     Q_OBJECT
 public:
-    struct ViewState
-    {
-        int horizontalValue = 0;
-        int verticalValue = 0;
-        double zoomFactor = 1.0;
-    };
+    using ViewState = BlockCodeView::ViewState;
 
     explicit LibraryBlockDefinitionViewPrivate(LibraryBlockDefinitionView* owner);
 

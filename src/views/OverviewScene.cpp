@@ -1,0 +1,8 @@
+#include "OverviewScene.h"
+
+OverviewScene::OverviewScene(QObject* parent)
+    : QGraphicsScene(parent)
+{
+}
+
+OverviewScene::~OverviewScene() = default;

@@ -43,8 +43,13 @@ void BlockCheckIssueViewPrivate::releaseRoot()
 
 void BlockCheckIssueViewPrivate::listenTo(BlockDefinition* pDefinition)
 {
-    if (pDefinition)
-        connect(pDefinition, SIGNAL(changed()), this, SLOT(checkForIssues()));
+    if (!pDefinition)
+        return;
+    connect(pDefinition, SIGNAL(changed()), this, SLOT(checkForIssues()));
+    // The definition speaks only of its own properties; the list must also follow the edits of its
+    // code, which releaseRoot() lets go of with the definition.
+    if (BlockCode* code = BlockCode::blockDefinitionCode(pDefinition))
+        connect(code, SIGNAL(changed()), this, SLOT(checkForIssues()));
 }
 
 void BlockCheckIssueViewPrivate::apply(const QList<BlockCheckIssue*>& issues)

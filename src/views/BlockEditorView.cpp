@@ -3,10 +3,12 @@
 #include "BlockEditorViewPrivate.h"
 #include "ui_BlockEditorView.h"
 
+#include "BlockCheckIssueView.h"
 #include "BlockCodeView.h"
 #include "BlockDefinitionScene.h"
 #include "BlockHierarchyNodeView.h"
 #include "LibraryBlockDefinitionView.h"
+#include "OverviewFrame.h"
 
 #include "BlockCode.h"
 #include "BlockDefinition.h"
@@ -18,6 +20,7 @@
 
 #include <QApplication>
 #include <QComboBox>
+#include <QGridLayout>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
@@ -178,7 +181,7 @@ void BlockEditorViewPrivate::attachCodeView()
     ui->verticalSplitter->setChildrenCollapsible(false);
     ui->horizontalSplitter->setChildrenCollapsible(false);
     codeView->setSearchComboBox(ui->searchCombo);
-    // Comes with the BlockCheckIssueView panel: setCheckIssueView("blockCheckIssueView") on the code view.
+    codeView->setCheckIssueView(ui->blockCheckIssueView);
 
     connect(ui->zoomInButton, SIGNAL(clicked()), this, SLOT(zoomIn()));
     connect(ui->zoomOutButton, SIGNAL(clicked()), this, SLOT(zoomOut()));
@@ -210,8 +213,7 @@ void BlockEditorViewPrivate::attachCodeView()
     connect(codeView, SIGNAL(stepInAllowedChanged(bool)), ui->stepInButton, SLOT(setEnabled(bool)));
     connect(codeView, SIGNAL(stepOutAllowedChanged(bool)), ui->stepUpButton, SLOT(setEnabled(bool)));
     connect(ui->signalLabelView, SIGNAL(needToShowInCode(QString)), codeView, SLOT(navigateTo(QString)));
-    // Comes with the BlockCheckIssueView panel: needToShow(QString) of "blockCheckIssueView" to
-    // navigateTo(QString) of the code view.
+    connect(ui->blockCheckIssueView, SIGNAL(needToShow(QString)), codeView, SLOT(navigateTo(QString)));
     connect(ui->environmentComboBox, SIGNAL(currentIndexChanged(int)), this, SLOT(onEnvironmentChanged()));
     connect(ui->overviewButton, SIGNAL(toggled(bool)), this, SLOT(setOverviewVisible(bool)));
 }
@@ -256,6 +258,7 @@ void BlockEditorViewPrivate::onlineChanged(bool)
     // In the area editor the button's toggled signal takes the view out of edit mode.
     ui->editButton->setChecked(false);
     updateAreaEditAccess();
+    ui->blockCheckIssueView->checkForIssues();
 }
 
 void BlockEditorViewPrivate::showBlockLibraryTab()
@@ -372,17 +375,32 @@ void BlockEditorViewPrivate::onEnvironmentChanged()
         environment = nullptr;
     if (auto* view = qobject_cast<LibraryBlockDefinitionView*>(codeView)) {
         view->setEnvironment(environment);
-        // Comes with the BlockCheckIssueView panel: setRoot(its root definition, environment) and
-        // checkForIssues() on "blockCheckIssueView".
+        BlockCheckIssueView* issues = ui->blockCheckIssueView;
+        issues->setRoot(issues->rootDefinition(), environment);
+        issues->checkForIssues();
     }
 }
 
 void BlockEditorViewPrivate::setOverviewVisible(bool value)
 {
-    Q_UNUSED(value)
-    // Comes with the OverviewFrame panel: on first use a grid layout on the code view with the frame
-    // in its lower right corner, then the frame's visibility follows `value`. Until then
-    // "overviewButton" stays hidden, so nothing calls this.
+    if (!codeView)
+        return;
+    if (!overviewFrame) {
+        // The grid keeps the frame in the lower right corner, 10 pixels from both edges, whatever
+        // size the frame takes.
+        auto* grid = new QGridLayout(codeView);
+        grid->setContentsMargins(0, 0, 0, 0);
+        grid->setSpacing(0);
+        overviewFrame = new OverviewFrame(codeView);
+        overviewFrame->setView(codeView);
+        grid->addItem(new QSpacerItem(10, 10, QSizePolicy::Minimum, QSizePolicy::Expanding), 0, 1);
+        grid->addItem(new QSpacerItem(10, 10, QSizePolicy::Expanding, QSizePolicy::Minimum), 1, 0);
+        grid->addWidget(overviewFrame, 1, 1);
+        grid->addItem(new QSpacerItem(10, 10, QSizePolicy::Fixed, QSizePolicy::Fixed), 0, 2);
+        grid->addItem(new QSpacerItem(10, 10, QSizePolicy::Fixed, QSizePolicy::Fixed), 2, 0);
+    }
+    overviewFrame->setVisible(value);
+    overviewFrame->updateSize();
 }
 
 BlockEditorView::BlockEditorView(QWidget* parent)
@@ -398,8 +416,6 @@ BlockEditorView::BlockEditorView(QWidget* parent)
     d->ui->blockGroupsWidget->setup();
     d->ui->environmentFrame->hide();
     d->ui->convertFallbackButton->hide();
-    // Comes with the OverviewFrame panel: the button shows the minimap.
-    d->ui->overviewButton->hide();
     d->loadLayout();
 }
 

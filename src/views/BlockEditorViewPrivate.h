@@ -10,6 +10,7 @@ class BlockCodeView;
 class BlockDefinition;
 class BlockEditorView;
 class BlockInstanceArea;
+class OverviewFrame;
 class QLabel;
 namespace Ui {
 class BlockEditorViewClass;
@@ -34,6 +35,8 @@ public:
     // The model may delete the area while the editor still shows it.
     QPointer<BlockInstanceArea> area;
     BlockEditorView* q;
+    // Made when the overview is first shown; a child of the code view.
+    QPointer<OverviewFrame> overviewFrame;
     // Made without a parent: the host places it (a sub-window's status bar); the editor deletes it
     // wherever it went, for its text belongs to this editor alone.
     QPointer<QLabel> statusLabel;

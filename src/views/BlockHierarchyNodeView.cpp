@@ -3,6 +3,7 @@
 #include "BlockHierarchyNodeViewPrivate.h"
 
 #include "Block.h"
+#include "BlockCheckIssueView.h"
 #include "BlockCode.h"
 #include "BlockCodeScene.h"
 #include "BlockDefinition.h"
@@ -186,8 +187,8 @@ void BlockHierarchyNodeViewPrivate::updateAfterSceneChange()
         connect(scene, &QObject::destroyed, this, &BlockHierarchyNodeViewPrivate::onSceneDestroyed,
                 Qt::UniqueConnection);
     }
-    // The check issue view (BlockCheckIssueView) gets setRoot(definitionOf(codeScene()), shownNode())
-    // here once it exists; until then checkIssueView() stays null and there is nobody to tell.
+    if (BlockCheckIssueView* issues = q->checkIssueView())
+        issues->setRoot(definitionOf(codeScene()), shownNode());
     if (QLabel* label = q->statusLabel())
         label->setText(composeTitle());
     emitAllowedSignals();

@@ -3,6 +3,7 @@
 #include "LibraryBlockDefinitionViewPrivate.h"
 
 #include "Block.h"
+#include "BlockCheckIssueView.h"
 #include "BlockCode.h"
 #include "BlockDefinition.h"
 #include "BlockDefinitionScene.h"
@@ -64,8 +65,8 @@ void LibraryBlockDefinitionViewPrivate::swapScene(BlockDefinitionScene* newScene
         connect(newScene, &QObject::destroyed, this, &LibraryBlockDefinitionViewPrivate::onSceneDestroyed,
                 Qt::UniqueConnection);
     }
-    // The check issue view (BlockCheckIssueView) gets setRoot(shownDefinition(), newScene->instanceArea())
-    // here once it exists; until then checkIssueView() stays null and there is nobody to tell.
+    if (BlockCheckIssueView* issues = q->checkIssueView())
+        issues->setRoot(shownDefinition(), newScene ? newScene->instanceArea() : nullptr);
     emitAllowedSignals();
 
     if (!sameCode) {

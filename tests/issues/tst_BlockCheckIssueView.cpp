@@ -102,6 +102,7 @@ private Q_SLOTS:
     void sameRootTwiceKeepsOneConnection();
     void newRootLetsGoOfTheOld();
     void definitionChangeReChecks();
+    void codeEditReChecks();
     void accessLevelChangeReChecks();
     void subInstancesAddTheirRowsAtOnce();
     void nullRootGivesNoRows();
@@ -253,9 +254,24 @@ void tst_BlockCheckIssueView::definitionChangeReChecks()
     BlockCheckIssueView view(nullptr);
     view.setRoot(root, rootNode(model));
     QCOMPARE(treeOf(view)->topLevelItemCount(), 2);
+    // A change that the code keeps quiet about, as a scene's own writes are.
+    const bool saved = model.rootCode()->blockChangeSignals(true);
     gate->pin(1)->setInitialValue(QStringLiteral("TRUE"));
+    model.rootCode()->blockChangeSignals(saved);
     QCOMPARE(treeOf(view)->topLevelItemCount(), 2);
     root->notifyChanged();
+    QCOMPARE(rows(view), QStringList{QStringLiteral("%1 1002").arg(gate->identifier())});
+}
+
+void tst_BlockCheckIssueView::codeEditReChecks()
+{
+    TestModel model;
+    BlockCheckIssueView view(nullptr);
+    view.setRoot(model.area()->rootDefinition(), rootNode(model));
+    QCOMPARE(treeOf(view)->topLevelItemCount(), 0);
+    BlockInstance* gate = openAnd(model);
+    QCOMPARE(treeOf(view)->topLevelItemCount(), 2);
+    gate->pin(1)->setInitialValue(QStringLiteral("TRUE"));
     QCOMPARE(rows(view), QStringList{QStringLiteral("%1 1002").arg(gate->identifier())});
 }
 
@@ -265,8 +281,10 @@ void tst_BlockCheckIssueView::accessLevelChangeReChecks()
     BlockInstance* gate = openAnd(model);
     BlockCheckIssueView view(nullptr);
     view.setRoot(model.area()->rootDefinition(), rootNode(model));
+    const bool saved = model.rootCode()->blockChangeSignals(true);
     gate->pin(1)->setInitialValue(QStringLiteral("TRUE"));
     gate->pin(2)->setInitialValue(QStringLiteral("FALSE"));
+    model.rootCode()->blockChangeSignals(saved);
     QCOMPARE(treeOf(view)->topLevelItemCount(), 2);
     const quint32 level = System::instance().userAccessLevelCode();
     System::instance().setUserAccessLevelCode(level == 5 ? 4 : 5);

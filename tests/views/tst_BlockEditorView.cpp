@@ -2,6 +2,8 @@
 #include "TestModel.h"
 #include "TestRegistry.h"
 
+#include "BlockCheckIssueView.h"
+#include "BlockCheckIssueWidgetPrivate.h"
 #include "BlockCodeScene.h"
 #include "BlockCodeView.h"
 #include "BlockEditorView.h"
@@ -10,6 +12,7 @@
 #include "BlockItem.h"
 #include "HierarchyView.h"
 #include "LibraryBlockDefinitionView.h"
+#include "OverviewFrame.h"
 
 #include "Block.h"
 #include "BlockCode.h"
@@ -19,6 +22,7 @@
 #include "BlockInstanceHierarchy.h"
 #include "BlockInstanceHierarchyNode.h"
 #include "BlockLibraryContainer.h"
+#include "BlockPinInstance.h"
 #include "ModelBuilder.h"
 #include "SignalLabelView.h"
 #include "System.h"
@@ -118,6 +122,11 @@ private Q_SLOTS:
     void vanishedEnvironmentSelectsTheFirstEntry();
     void resourcesAreCompiledIn_data();
     void resourcesAreCompiledIn();
+    void issueViewFollowsTheShownLevel();
+    void issueDoubleClickNavigatesTheCodeView();
+    void issueViewFollowsEditsOfTheShownCode();
+    void libraryEditorChecksInTheChosenEnvironment();
+    void overviewButtonShowsTheMinimapInTheCorner();
 
 private:
     QTemporaryDir m_settingsDir;
@@ -173,6 +182,18 @@ void tst_BlockEditorView::formHasTheWidgetTree()
     QVERIFY(horzontalTab);
     QCOMPARE(horzontalTab->tabPosition(), QTabWidget::South);
     QCOMPARE(horzontalTab->tabText(horzontalTab->indexOf(child<QWidget>(&editor, "tabUndo"))), QStringLiteral("Undo-Stack"));
+    QCOMPARE(horzontalTab->count(), 2);
+    QCOMPARE(horzontalTab->widget(0), child<QWidget>(&editor, "blockCheckIssueViewPage"));
+    QCOMPARE(horzontalTab->tabText(0), QStringLiteral("Prüfung"));
+    QCOMPARE(horzontalTab->widget(1), child<QWidget>(&editor, "tabUndo"));
+    QCOMPARE(horzontalTab->currentIndex(), 0);
+    auto* issuePageLayout = child<QWidget>(&editor, "blockCheckIssueViewPage")->layout();
+    QCOMPARE(issuePageLayout->objectName(), QStringLiteral("horizontalLayout_5"));
+    QCOMPARE(issuePageLayout->spacing(), 0);
+    QCOMPARE(issuePageLayout->contentsMargins(), QMargins(0, 0, 0, 0));
+    auto* issueView = child<BlockCheckIssueView>(&editor, "blockCheckIssueView");
+    QVERIFY(issueView);
+    QCOMPARE(issuePageLayout->indexOf(issueView), 0);
 
     auto* verticalSplitter = child<QSplitter>(&editor, "verticalSplitter");
     auto* horizontalSplitter = child<QSplitter>(&editor, "horizontalSplitter");
@@ -218,10 +239,10 @@ void tst_BlockEditorView::formHasTheWidgetTree()
     auto* environmentFrame = child<QFrame>(&editor, "environmentFrame");
     QCOMPARE(environmentFrame->frameShape(), QFrame::Box);
     QCOMPARE(environmentFrame->frameShadow(), QFrame::Sunken);
-    // Hidden at the start; the overview button waits for its minimap.
+    // Hidden at the start; the overview button shows from the start.
     QVERIFY(environmentFrame->isHidden());
     QVERIFY(button(&editor, "convertFallbackButton")->isHidden());
-    QVERIFY(button(&editor, "overviewButton")->isHidden());
+    QVERIFY(!button(&editor, "overviewButton")->isHidden());
 
     auto* layout = qobject_cast<QVBoxLayout*>(child<QWidget>(&editor, "codeWidget")->layout());
     QVERIFY(layout);
@@ -978,5 +999,117 @@ void tst_BlockEditorView::resourcesAreCompiledIn()
     QCOMPARE(QImage(twin).size(), QSize(2 * size, 2 * size));
 }
 
+namespace {
+
+BlockCheckIssueWidgetPrivate* issueTable(BlockEditorView* editor)
+{
+    return editor->findChild<BlockCheckIssueWidgetPrivate*>();
+}
+
+} // namespace
+
+void tst_BlockEditorView::issueViewFollowsTheShownLevel()
+{
+    BlockCode* code = m_model->rootCode();
+    BlockInstance* regler = ModelBuilder::place(code, ModelBuilder::newest(m_model->block(QStringLiteral("StandardBlock_20"))), {0, 0});
+    regler->pin(1)->setInitialValue(QStringLiteral("TRUE"));
+    BlockEditorView editor;
+    editor.setRoot(m_model->area());
+    auto* issues = child<BlockCheckIssueView>(&editor, "blockCheckIssueView");
+    QCOMPARE(codeViewOf(&editor)->checkIssueView(), issues);
+    QCOMPARE(issues->rootDefinition(), m_model->area()->rootDefinition());
+    QCOMPARE(issueTable(&editor)->topLevelItemCount(), 0);
+    // One level down the AND inside the controller has two open inputs.
+    const QString path = m_model->area()->hierarchy()->rootNode()->locationPath() + QStringLiteral(".%1.1").arg(regler->identifier());
+    codeViewOf(&editor)->navigateTo(path);
+    QCOMPARE(issues->rootDefinition(), regler->blockDefinition());
+    QCOMPARE(issueTable(&editor)->topLevelItemCount(), 2);
+}
+
+void tst_BlockEditorView::issueDoubleClickNavigatesTheCodeView()
+{
+    BlockCode* code = m_model->rootCode();
+    ModelBuilder::place(code, ModelBuilder::newest(m_model->block(QStringLiteral("StandardBlock_3"))), {0, 0});
+    BlockInstance* gate = ModelBuilder::place(code, ModelBuilder::newest(m_model->block(QStringLiteral("StandardBlock_1"))), {20, 0});
+    gate->pin(1)->setInitialValue(QStringLiteral("TRUE"));
+    gate->pin(2)->setInitialValue(QStringLiteral("TRUE"));
+    BlockInstance* open = ModelBuilder::place(code, ModelBuilder::newest(m_model->block(QStringLiteral("StandardBlock_3"))), {40, 0});
+    BlockEditorView editor;
+    editor.setRoot(m_model->area());
+    BlockCheckIssueWidgetPrivate* table = issueTable(&editor);
+    QTreeWidgetItem* row = nullptr;
+    for (int i = 0; i < table->topLevelItemCount(); ++i) {
+        if (table->topLevelItem(i)->text(1).contains(QString::number(open->identifier())))
+            row = table->topLevelItem(i);
+    }
+    QVERIFY(row);
+    Q_EMIT table->itemDoubleClicked(row, 1);
+    BlockItem* selected = sceneOf(&editor)->selectedBlockItem();
+    QVERIFY(selected);
+    QCOMPARE(selected->identifier(), open->identifier());
+}
+
+void tst_BlockEditorView::issueViewFollowsEditsOfTheShownCode()
+{
+    BlockEditorView editor;
+    editor.setRoot(m_model->area());
+    QCOMPARE(issueTable(&editor)->topLevelItemCount(), 0);
+    BlockInstance* gate = ModelBuilder::place(m_model->rootCode(), ModelBuilder::newest(m_model->block(QStringLiteral("StandardBlock_1"))), {0, 0});
+    QCOMPARE(issueTable(&editor)->topLevelItemCount(), 2);
+    gate->pin(1)->setInitialValue(QStringLiteral("TRUE"));
+    m_model->rootCode()->notifyChanged();
+    QCOMPARE(issueTable(&editor)->topLevelItemCount(), 1);
+}
+
+void tst_BlockEditorView::libraryEditorChecksInTheChosenEnvironment()
+{
+    Block* user = ModelBuilder::composite(m_model->user()->library(), QStringLiteral("UserBlock_1"), QStringLiteral("Aussen"),
+                                          {{QStringLiteral("E")}}, {{QStringLiteral("A")}});
+    BlockDefinition* definition = ModelBuilder::newest(user);
+    ModelBuilder::place(definition->code(), ModelBuilder::newest(m_model->block(QStringLiteral("StandardBlock_3"))), {0, 0});
+    m_model->area()->setDisplayName(QStringLiteral("Achse 1"));
+    BlockEditorView editor;
+    editor.setRoot(definition);
+    auto* issues = child<BlockCheckIssueView>(&editor, "blockCheckIssueView");
+    QCOMPARE(issues->rootDefinition(), definition);
+    QCOMPARE(issueTable(&editor)->topLevelItemCount(), 1);
+    auto* combo = child<QComboBox>(&editor, "environmentComboBox");
+    combo->setCurrentIndex(combo->findText(QStringLiteral("Achse 1")));
+    QCOMPARE(issues->rootDefinition(), definition);
+    QCOMPARE(issueTable(&editor)->topLevelItemCount(), 1);
+}
+
+void tst_BlockEditorView::overviewButtonShowsTheMinimapInTheCorner()
+{
+    ModelBuilder::place(m_model->rootCode(), ModelBuilder::newest(m_model->block(QStringLiteral("StandardBlock_1"))), {0, 0});
+    BlockEditorView editor;
+    QPushButton* overview = button(&editor, "overviewButton");
+    // Without a code view there is nothing to show.
+    overview->setChecked(true);
+    QVERIFY(!editor.findChild<OverviewFrame*>());
+    overview->setChecked(false);
+    editor.setRoot(m_model->area());
+    editor.resize(1200, 900);
+    editor.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&editor));
+    BlockCodeView* view = codeViewOf(&editor);
+    overview->setChecked(true);
+    auto* frame = editor.findChild<OverviewFrame*>();
+    QVERIFY(frame);
+    QCOMPARE(frame->parentWidget(), view);
+    QCOMPARE(frame->view(), view);
+    QVERIFY(frame->isVisible());
+    // Ten pixels inside the view's frame, to the right and below.
+    QTRY_COMPARE(frame->geometry().right(), view->contentsRect().right() - 10);
+    QCOMPARE(frame->geometry().bottom(), view->contentsRect().bottom() - 10);
+    QCOMPARE(frame->width(), frame->height());
+    overview->setChecked(false);
+    QVERIFY(!frame->isVisible());
+    overview->setChecked(true);
+    QCOMPARE(editor.findChildren<OverviewFrame*>().size(), 1);
+    QVERIFY(frame->isVisible());
+}
+
 ZK_TEST_REGISTER(tst_BlockEditorView)
 #include "tst_BlockEditorView.moc"
+

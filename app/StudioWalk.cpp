@@ -3,13 +3,18 @@
 #include "AreaSubWindow.h"
 #include "StudioWindow.h"
 
+#include "BlockCheckIssueView.h"
+#include "BlockCheckIssueWidgetPrivate.h"
 #include "BlockCodeScene.h"
 #include "BlockCodeView.h"
 #include "BlockHierarchyNodeScene.h"
 #include "BlockItem.h"
 #include "HierarchyNodeEditor.h"
+#include "OverviewFrame.h"
+#include "OverviewViewportItem.h"
 
 #include "Block.h"
+#include "BlockCheckIssueTracker.h"
 #include "BlockCode.h"
 #include "BlockDefinition.h"
 #include "BlockInstance.h"
@@ -30,10 +35,13 @@
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QMenu>
+#include <QMouseEvent>
 #include <QPushButton>
+#include <QScrollBar>
 #include <QTabWidget>
 #include <QTextStream>
 #include <QTimer>
+#include <QTreeWidgetItem>
 
 #include <cstdio>
 
@@ -211,7 +219,144 @@ StudioWalk::StudioWalk(StudioWindow* window, const QString& directory)
              return false;
          },
          600},
+        {QStringLiteral("pruefung-ersatzbausteine"),
+         [this] {
+             for (BlockInstanceArea* area : m_window->project()->areas()) {
+                 if (area->hasFallbackBlocks())
+                     return showIssuesOf(area) && (issueTable()->topLevelItemCount() > 0 || fail(QStringLiteral("no rows")));
+             }
+             return fail(QStringLiteral("no area with fall-back blocks"));
+         },
+         500},
+        {QStringLiteral("pruefung-sprung"),
+         [this] {
+             auto* table = issueTable();
+             QTreeWidgetItem* row = table ? table->topLevelItem(0) : nullptr;
+             if (!row)
+                 return fail(QStringLiteral("no row to double-click"));
+             table->setCurrentItem(row);
+             Q_EMIT table->itemDoubleClicked(row, 0);
+             BlockCodeView* view = m_window->activeCodeView();
+             auto* scene = view ? qobject_cast<BlockCodeScene*>(view->scene()) : nullptr;
+             BlockItem* selected = scene ? scene->selectedBlockItem() : nullptr;
+             if (!selected)
+                 return fail(QStringLiteral("no block selected after the jump"));
+             m_log.append(QStringLiteral("  jumped from \"%1\" to block %2").arg(row->text(1)).arg(selected->identifier()));
+             return QString(row->text(1)).contains(QStringLiteral("(%1)").arg(selected->identifier()))
+                 || fail(QStringLiteral("the jump landed on block %1").arg(selected->identifier()));
+         },
+         500},
+        {QStringLiteral("pruefung-problem"),
+         [this] {
+             // An area with a problem, on its first level or below it, other than the one with fall-back
+             // blocks: the next step shows those below.
+             for (BlockInstanceArea* area : m_window->project()->areas()) {
+                 if (area->hasFallbackBlocks() || !area->hierarchy())
+                     continue;
+                 BlockCheckIssueTracker tracker(nullptr);
+                 tracker.setRoot(area->rootDefinition(), area->hierarchy()->rootNode());
+                 if (!tracker.currentIssues(true).isEmpty())
+                     return showIssuesOf(area);
+             }
+             return fail(QStringLiteral("no area with a problem"));
+         },
+         500},
+        {QStringLiteral("pruefung-unterbausteine"),
+         [this] {
+             auto* table = issueTable();
+             auto* view = table ? qobject_cast<BlockCheckIssueView*>(table->view) : nullptr;
+             if (!view)
+                 return fail(QStringLiteral("no issue view"));
+             const int before = table->topLevelItemCount();
+             // Through the context menu, as a user switches it on.
+             table->onShowContextMenu(QPoint(10, 10));
+             const QList<QMenu*> menus = table->parentWidget()->findChildren<QMenu*>(Qt::FindDirectChildrenOnly);
+             QMenu* menu = menus.isEmpty() ? nullptr : menus.last();
+             QAction* sub = menu ? menu->actions().value(menu->actions().size() - 1) : nullptr;
+             if (!sub || !sub->isCheckable())
+                 return fail(QStringLiteral("no sub-instance entry in the menu"));
+             sub->trigger();
+             menu->close();
+             m_log.append(QStringLiteral("  %1 rows, %2 with contained blocks").arg(before).arg(table->topLevelItemCount()));
+             return (view->checkSubInstances() && table->topLevelItemCount() > before)
+                 || fail(QStringLiteral("no rows of contained blocks came"));
+         },
+         500},
+        {QStringLiteral("uebersicht"),
+         [this] {
+             if (!clickButton("overviewButton"))
+                 return fail(QStringLiteral("no overview button"));
+             OverviewFrame* frame = overviewFrame();
+             return (frame && frame->isVisible()) || fail(QStringLiteral("the overview did not show"));
+         },
+         500},
+        {QStringLiteral("uebersicht-verschoben"),
+         [this] {
+             OverviewFrame* frame = overviewFrame();
+             BlockCodeView* view = m_window->activeCodeView();
+             if (!frame || !view)
+                 return fail(QStringLiteral("no overview"));
+             const int before = view->horizontalScrollBar()->value();
+             OverviewViewportItem* item = frame->viewportItem();
+             // Half a rectangle to the right and down, as a drag would take it.
+             item->setPos(item->pos() + QPointF(item->rect().width() / 2, item->rect().height() / 2));
+             m_log.append(QStringLiteral("  scroll %1 -> %2").arg(before).arg(view->horizontalScrollBar()->value()));
+             return view->horizontalScrollBar()->value() != before || fail(QStringLiteral("the code view did not scroll"));
+         },
+         500},
+        {QStringLiteral("uebersicht-groesser"),
+         [this] {
+             OverviewFrame* frame = overviewFrame();
+             if (!frame)
+                 return fail(QStringLiteral("no overview"));
+             const QSize before = frame->size();
+             // The top left corner, dragged up and to the left.
+             const auto send = [frame](QEvent::Type type, QPoint pos, Qt::MouseButton button, Qt::MouseButtons buttons) {
+                 QMouseEvent event(type, QPointF(pos), frame->mapToGlobal(QPointF(pos)), button, buttons, Qt::NoModifier);
+                 QApplication::sendEvent(frame, &event);
+             };
+             send(QEvent::MouseButtonPress, QPoint(1, 1), Qt::LeftButton, Qt::LeftButton);
+             send(QEvent::MouseMove, QPoint(-99, -99), Qt::NoButton, Qt::LeftButton);
+             send(QEvent::MouseButtonRelease, QPoint(-99, -99), Qt::LeftButton, Qt::NoButton);
+             m_log.append(QStringLiteral("  overview %1 -> %2 pixels").arg(before.width()).arg(frame->width()));
+             return frame->width() > before.width() || fail(QStringLiteral("the overview kept its size"));
+         },
+         500},
     };
+}
+
+bool StudioWalk::showIssuesOf(BlockInstanceArea* area)
+{
+    AreaSubWindow* window = m_window->openArea(area);
+    if (!window)
+        return fail(QStringLiteral("no window for %1").arg(area->displayName()));
+    m_area = area;
+    window->showMaximized();
+    for (const char* name : {"verticalButton", "horizontalButton"}) {
+        auto* button = window->findChild<QPushButton*>(QLatin1String(name));
+        if (button && !button->isChecked())
+            button->click();
+    }
+    auto* tabs = window->findChild<QTabWidget*>(QStringLiteral("horzontalTab"));
+    if (tabs)
+        tabs->setCurrentIndex(0);
+    auto* table = issueTable();
+    if (!table)
+        return fail(QStringLiteral("no issue table"));
+    m_log.append(QStringLiteral("  %1: %2 rows").arg(area->displayName()).arg(table->topLevelItemCount()));
+    return true;
+}
+
+BlockCheckIssueWidgetPrivate* StudioWalk::issueTable() const
+{
+    AreaSubWindow* window = walkWindow();
+    return window ? window->findChild<BlockCheckIssueWidgetPrivate*>() : nullptr;
+}
+
+OverviewFrame* StudioWalk::overviewFrame() const
+{
+    AreaSubWindow* window = walkWindow();
+    return window ? window->findChild<OverviewFrame*>() : nullptr;
 }
 
 void StudioWalk::start()

@@ -9,11 +9,15 @@
 #include <functional>
 
 class AreaSubWindow;
+class BlockCheckIssueWidgetPrivate;
 class BlockInstanceArea;
+class OverviewFrame;
 class StudioWindow;
 
 // A scripted walk through the studio as a user would take it: open the sample, open an area, step
-// three levels down and one up, go online, show pin values, fit, export, open a library block. After
+// three levels down and one up, go online, show pin values, fit, export, open a library block, see
+// the problems of two areas and jump to one, check contained blocks too, show the overview, drag
+// its rectangle and enlarge it. After
 // each step it writes a picture of the main window and a line about what is shown, so that the
 // drawing can be judged without a person at the controls (`zkblockstudio --walk DIR`).
 class StudioWalk : public QObject
@@ -43,6 +47,10 @@ private:
     bool fail(const QString& reason);
     bool stepIntoNext();
     void chooseArea();
+    // Opens the area's window with both panels and the check issue tab in front.
+    bool showIssuesOf(BlockInstanceArea* area);
+    BlockCheckIssueWidgetPrivate* issueTable() const;
+    OverviewFrame* overviewFrame() const;
 
     StudioWindow* m_window;
     QDir m_directory;

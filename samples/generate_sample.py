@@ -5,8 +5,8 @@ block icons into samples/icons.
 The files are committed; run this after changing it:  python3 samples/generate_sample.py
 
 The sample is a small drive controller: a global area with plant-wide logic, two axes with a
-position loop over a speed loop and a brake sequence, an area read back from a device and one
-that names a block no library has.
+position loop over a speed loop and a brake sequence, an area read back from a device, one that
+names a block no library has, and one still being commissioned, with the problems the checks find.
 """
 import base64
 import json
@@ -970,6 +970,40 @@ def fallback_area():
     return area(4, 0, 4, "Achse 4 (Ersatzbaustein)", c)
 
 
+TEST_BLOCK = "UserBlock_PRUEF"
+
+
+def test_step():
+    """A test step of the commissioning area, local to it, whose threshold is still missing."""
+    c = Code()
+    value = pin_in(c, 1, 2, 2)
+    over = c.add("StandardBlock_30", 10, 2, name="Schwelle")
+    out = pin_out(c, 2, 18, 2)
+    comment(c, 2, 7, ["Die Schwelle fehlt noch: ihr zweiter Eingang ist offen."], width=16)
+    c.wire(value, 1, over, 1)
+    c.wire(over, 3, out, 1)
+    pins = [pin(1, IN, REAL, "X", "Messwert", "Measured value", "Der zu prüfende Wert."),
+            pin(2, OUTPUT, BOOL, "UEBER", "Überschritten", "Exceeded", "Der Messwert liegt über der Schwelle.")]
+    d = definition(pins, code=c.json(), icon_name="gear",
+                   description=("Prüft einen Messwert gegen eine Schwelle.", "Tests a value against a threshold."))
+    return block(TEST_BLOCK, "Prüfschritt", "Test step", "PRUEF", "", [d], user=True)
+
+
+def commissioning_area():
+    """An axis being commissioned, with the problems the checks are there for: an open input, a
+    block in no run-time order, and an open input inside a local block."""
+    c = Code()
+    k = constant(c, 2, 2, "12.5", name="Messwert")
+    step = c.add(TEST_BLOCK, 10, 2, name="Prüfschritt 1")
+    limit = c.add("StandardBlock_30", 18, 2, name="Grenzwert")
+    gain = c.add("StandardBlock_22", 10, 8, name="Verstärkung", initial={1: "1.0", 2: "2.5"}, runtime=False)
+    comment(c, 2, 13, ["In Inbetriebnahme: der Grenzwert wartet auf seinen zweiten Eingang,",
+                       "die Verstärkung steht noch in keiner Laufzeitreihenfolge."], width=30)
+    c.wire(k, 1, step, 1)
+    c.wire(k, 1, limit, 1, lane=8)
+    return area(5, 0, 5, "Achse 5 (Inbetriebnahme)", c, local_blocks=[test_step()])
+
+
 GROUPS = {
     1: ("Standardbausteine", "Standard blocks"), 10: ("Logik", "Logic"), 100: ("Gatter", "Gates"),
     101: ("Speicher und Flanken", "Memory and edges"), 11: ("Arithmetik", "Arithmetic"),
@@ -991,7 +1025,8 @@ def project():
              axis_area(1, 1, "90.0", "0.5", "3000", "40.0"),
              axis_area(2, 0, "180.0", "0.8", "2400", "25.0"),
              read_back_area(),
-             fallback_area()]
+             fallback_area(),
+             commissioning_area()]
     groups = [{"number": n, "name": text(*GROUPS[n])} for n in sorted(GROUPS)]
     return {"format": "zkblockproject", "formatVersion": 1, "name": "Beispielanlage",
             "datatypes": [], "groups": groups,

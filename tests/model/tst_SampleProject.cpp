@@ -124,6 +124,7 @@ private Q_SLOTS:
     void axisHierarchiesAreDeep();
     void readBackAndFallbackAreas();
     void checksFindNothingInTheAxes();
+    void commissioningAreaHasItsProblems();
     void valuesMoveWhileOnline();
     void saveLoadSaveIsStable();
 };
@@ -133,7 +134,7 @@ void tst_SampleProject::loadsFromSourceAsTheStudioDoes()
     std::unique_ptr<Project> project = loadSample();
     QVERIFY(project);
     QCOMPARE(project->name(), QStringLiteral("Beispielanlage"));
-    QCOMPARE(project->areas().size(), 5);
+    QCOMPARE(project->areas().size(), 6);
     // The studio reads the project from bytes with the library folder given separately.
     QString error;
     std::unique_ptr<Project> fromData(Project::loadFromData(readAll(samplePath()), sampleDir(),
@@ -285,6 +286,32 @@ void tst_SampleProject::checksFindNothingInTheAxes()
     const QStringList issues = issueTexts(tracker.currentIssues(true));
     QVERIFY(!issues.isEmpty());
     QVERIFY(issues.first().contains(QStringLiteral("StandardBlock_9999")));
+}
+
+void tst_SampleProject::commissioningAreaHasItsProblems()
+{
+    std::unique_ptr<Project> project = loadSample();
+    QVERIFY(project);
+    project->activate();
+    BlockInstanceArea* area = project->area(5);
+    QVERIFY(area);
+    QVERIFY(!area->hasFallbackBlocks());
+    BlockCheckIssueTracker tracker(nullptr);
+    tracker.setRoot(area->rootDefinition(), area->hierarchy()->rootNode());
+    // Its own level: the limit's open second input and the gain outside the run-time order.
+    QList<unsigned int> numbers;
+    for (BlockCheckIssue* issue : tracker.currentIssues(false))
+        numbers.append(issue->number());
+    std::sort(numbers.begin(), numbers.end());
+    QCOMPARE(numbers, (QList<unsigned int>{1002, 3000}));
+    // Inside the local test step, the threshold's open input.
+    QStringList inner;
+    for (BlockCheckIssue* issue : tracker.currentIssues(true)) {
+        if (issue->locationPath().contains(QLatin1Char('.')))
+            inner.append(QStringLiteral("%1 %2").arg(issue->locationPath()).arg(issue->number()));
+    }
+    QCOMPARE(inner.size(), 1);
+    QVERIFY(inner.first().endsWith(QStringLiteral(" 1002")));
 }
 
 void tst_SampleProject::valuesMoveWhileOnline()

@@ -13,6 +13,7 @@
 #include <QPointer>
 #include <QResizeEvent>
 #include <QScrollBar>
+#include <QTransform>
 #include <QWheelEvent>
 
 BlockCodeViewPrivate::BlockCodeViewPrivate(BlockCodeView* owner)
@@ -89,8 +90,10 @@ void BlockCodeView::setZoomFactor(double zoomFactor)
     if (zoomFactor < MinimumZoomFactor || zoomFactor > MaximumZoomFactor)
         return;
     d->zoomFactor = zoomFactor;
-    resetTransform();
-    scale(zoomFactor * BaseScale, zoomFactor * BaseScale);
+    // The reset and the scale in one step: through the identity in between, the scroll bars would
+    // jump to a far place and back, and a view that follows them (the overview) would repaint the
+    // way between.
+    setTransform(QTransform::fromScale(zoomFactor * BaseScale, zoomFactor * BaseScale));
     Q_EMIT zoomFactorChanged(zoomFactor);
 }
 

@@ -386,11 +386,9 @@ void BlockEditorViewPrivate::setOverviewVisible(bool value)
     if (!codeView)
         return;
     if (!overviewFrame) {
-        // The grid keeps the frame in the lower right corner, 10 pixels from both edges, whatever
-        // size the frame takes.
+        // The grid keeps the frame in the lower right corner whatever size it takes; its own margins
+        // and the spacers keep it clear of the scroll bars.
         auto* grid = new QGridLayout(codeView);
-        grid->setContentsMargins(0, 0, 0, 0);
-        grid->setSpacing(0);
         overviewFrame = new OverviewFrame(codeView);
         overviewFrame->setView(codeView);
         grid->addItem(new QSpacerItem(10, 10, QSizePolicy::Minimum, QSizePolicy::Expanding), 0, 1);

@@ -12,6 +12,7 @@
 #include <QHBoxLayout>
 #include <QMouseEvent>
 #include <QScrollBar>
+#include <QTransform>
 
 namespace {
 
@@ -67,6 +68,7 @@ void OverviewFrame::setView(BlockCodeView* view)
     auto* overlayLayout = new QHBoxLayout(m_codePreview);
     overlayLayout->setContentsMargins(0, 0, 0, 0);
     overlayLayout->addWidget(m_overlay);
+    watchContent();
     m_overviewScene = new OverviewScene(this);
     m_codePreview->setScene(view->scene());
     m_overlay->setScene(m_overviewScene);
@@ -88,22 +90,41 @@ void OverviewFrame::setView(BlockCodeView* view)
     updateViewport();
 }
 
-QRectF OverviewFrame::contentRect() const
+QRectF OverviewFrame::itemsRect() const
 {
-    QRectF content = m_viewportItem ? m_viewportItem->mapRectToScene(m_viewportItem->rect()) : QRectF();
+    QRectF united;
     QGraphicsScene* scene = m_view ? m_view->scene() : nullptr;
-    if (scene) {
-        const QList<QGraphicsItem*> all = scene->items();
-        for (const QGraphicsItem* item : all) {
-            if (item->zValue() > ContentZFloor)
-                content = content.united(item->mapRectToScene(item->boundingRect()));
-        }
+    if (!scene)
+        return united;
+    const QList<QGraphicsItem*> all = scene->items();
+    for (const QGraphicsItem* item : all) {
+        if (item->zValue() > ContentZFloor)
+            united = united.united(item->mapRectToScene(item->boundingRect()));
     }
+    return united;
+}
+
+QRectF OverviewFrame::contentFrom(const QRectF& items) const
+{
+    // The viewport rectangle first, then the items: a rectangle of no size stands for nothing.
+    QRectF content = m_viewportItem ? m_viewportItem->mapRectToScene(m_viewportItem->rect()) : QRectF();
+    content = content.united(items);
     content.setLeft(0);
     content.setTop(0);
+    QGraphicsScene* scene = m_view ? m_view->scene() : nullptr;
     const qreal extent = scene ? scene->sceneRect().width() / 100.0 : 0.0;
     const qreal side = qMax(content.height(), content.width()) + extent;
     return QRectF(0, 0, side, side);
+}
+
+QRectF OverviewFrame::contentRect() const
+{
+    return contentFrom(itemsRect());
+}
+
+void OverviewFrame::forgetItemsRect()
+{
+    m_itemsRectKnown = false;
 }
 
 void OverviewFrame::resizeTo(int w, int h)
@@ -126,19 +147,29 @@ void OverviewFrame::resizeTo(int w, int h)
     m_layout->invalidate();
     m_layout->activate();
 
-    const QRectF content = contentRect();
-    const qreal sx = m_codePreview->width() / content.width();
-    const qreal sy = m_codePreview->height() / content.height();
+    // Walking every item of a large code is the dearest part of the rule, and only a change of the
+    // code can change its result: a scroll or a zoom reuses it.
+    if (!m_itemsRectKnown) {
+        m_itemsRect = itemsRect();
+        m_itemsRectKnown = true;
+    }
+    const QRectF content = contentFrom(m_itemsRect);
+    const QTransform scale = QTransform::fromScale(m_codePreview->width() / content.width(),
+                                                   m_codePreview->height() / content.height());
+    // Setting the same rectangle or transform again would repaint the whole code in the preview
+    // at every scroll step.
     for (QGraphicsView* v : {m_codePreview, m_overlay}) {
-        v->setSceneRect(content);
-        v->resetTransform();
-        v->scale(sx, sy);
+        if (v->sceneRect() != content)
+            v->setSceneRect(content);
+        if (v->transform() != scale)
+            v->setTransform(scale);
     }
     m_backgroundItem->setRect(m_codePreview->sceneRect());
 }
 
 void OverviewFrame::updateSize()
 {
+    forgetItemsRect();
     resizeTo(width(), height());
 }
 
@@ -168,8 +199,22 @@ void OverviewFrame::viewportItemMoved(QPointF scenePos)
 
 void OverviewFrame::viewSceneChanged()
 {
-    if (m_codePreview && m_view)
-        m_codePreview->setScene(m_view->scene());
+    if (!m_codePreview || !m_view)
+        return;
+    m_codePreview->setScene(m_view->scene());
+    watchContent();
+}
+
+void OverviewFrame::watchContent()
+{
+    // Only to know when the walk over the items must be done again; the size follows a scene shown
+    // later through the view's own signals, as it always has.
+    if (m_watchedScene)
+        disconnect(m_watchedScene, &QGraphicsScene::changed, this, &OverviewFrame::forgetItemsRect);
+    m_watchedScene = m_view ? m_view->scene() : nullptr;
+    if (m_watchedScene)
+        connect(m_watchedScene, &QGraphicsScene::changed, this, &OverviewFrame::forgetItemsRect);
+    forgetItemsRect();
 }
 
 void OverviewFrame::mousePressEvent(QMouseEvent* event)

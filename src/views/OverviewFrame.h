@@ -12,6 +12,7 @@ class BlockCodeView;
 class OverviewBackgroundItem;
 class OverviewScene;
 class OverviewViewportItem;
+class QGraphicsScene;
 class QGraphicsView;
 class QHBoxLayout;
 
@@ -53,8 +54,15 @@ protected:
     void mouseReleaseEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
 
+private Q_SLOTS:
+    void forgetItemsRect();
+
 private:
     void updateCursor(const QPoint& position);
+    // The united rectangles of the code's items above the background layers.
+    QRectF itemsRect() const;
+    QRectF contentFrom(const QRectF& items) const;
+    void watchContent();
 
     bool m_resizing = false;
     // Breaks the loop scroll bar, rectangle, item change, scroll bar.
@@ -68,4 +76,9 @@ private:
     OverviewScene* m_overviewScene = nullptr;
     OverviewViewportItem* m_viewportItem = nullptr;
     OverviewBackgroundItem* m_backgroundItem = nullptr;
+    // The items' part of the content rectangle, kept between changes of the code: the one cache of
+    // the overview, worth a walk over every item at each scroll step (see bench_overview).
+    QRectF m_itemsRect;
+    bool m_itemsRectKnown = false;
+    QPointer<QGraphicsScene> m_watchedScene;
 };

@@ -32,6 +32,8 @@
 #include <QFile>
 #include <QImage>
 #include <QFrame>
+#include <QGridLayout>
+#include <QScrollBar>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
@@ -1099,9 +1101,18 @@ void tst_BlockEditorView::overviewButtonShowsTheMinimapInTheCorner()
     QCOMPARE(frame->parentWidget(), view);
     QCOMPARE(frame->view(), view);
     QVERIFY(frame->isVisible());
-    // Ten pixels inside the view's frame, to the right and below.
-    QTRY_COMPARE(frame->geometry().right(), view->contentsRect().right() - 10);
-    QCOMPARE(frame->geometry().bottom(), view->contentsRect().bottom() - 10);
+    // Beside the spacers of 10 (no spacing is added next to a spacer), the grid's own margin keeps
+    // it off the scroll bars.
+    auto* grid = qobject_cast<QGridLayout*>(view->layout());
+    QVERIFY(grid);
+    QCOMPARE(grid->itemAtPosition(1, 1)->widget(), frame);
+    QTRY_COMPARE(frame->geometry().right(),
+                 view->contentsRect().right() - grid->contentsMargins().right() - 10);
+    QCOMPARE(frame->geometry().bottom(),
+             view->contentsRect().bottom() - grid->contentsMargins().bottom() - 10);
+    QVERIFY(view->verticalScrollBar()->isVisible());
+    QVERIFY(frame->geometry().right() < view->verticalScrollBar()->mapTo(view, QPoint(0, 0)).x());
+    QVERIFY(frame->geometry().bottom() < view->horizontalScrollBar()->mapTo(view, QPoint(0, 0)).y());
     QCOMPARE(frame->width(), frame->height());
     overview->setChecked(false);
     QVERIFY(!frame->isVisible());

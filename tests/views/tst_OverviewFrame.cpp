@@ -107,6 +107,8 @@ private Q_SLOTS:
     void resizingByTheBorder();
     void viewportItemCursors();
     void sceneSwapFollowsThePreview();
+    void growthOfTheCodeReachesThePreview();
+    void growthOfALaterSceneComesWithTheNextScroll();
     void viewGoesFirst();
 };
 
@@ -429,6 +431,36 @@ void tst_OverviewFrame::sceneSwapFollowsThePreview()
     QCOMPARE(f.frame->codePreview()->scene(), scene.get());
     Q_EMIT f.view->areaChanged();
     QCOMPARE(f.frame->codePreview()->scene(), other.get());
+}
+
+void tst_OverviewFrame::growthOfTheCodeReachesThePreview()
+{
+    auto scene = codeScene();
+    Fixture f(scene.get());
+    const qreal before = f.frame->codePreview()->sceneRect().width();
+    addBlock(scene.get(), QRectF(700000, 10000, 4000, 4000));
+    // The scene tells of the change at the next turn of the event loop.
+    QTRY_VERIFY(f.frame->codePreview()->sceneRect().width() > before);
+    QCOMPARE(f.frame->codePreview()->sceneRect(), f.frame->contentRect());
+}
+
+void tst_OverviewFrame::growthOfALaterSceneComesWithTheNextScroll()
+{
+    auto scene = codeScene();
+    auto later = codeScene();
+    Fixture f(scene.get());
+    f.view->setScene(later.get());
+    Q_EMIT f.view->areaChanged();
+    QCoreApplication::processEvents();
+    const qreal before = f.frame->codePreview()->sceneRect().width();
+    addBlock(later.get(), QRectF(800000, 10000, 4000, 4000));
+    QCoreApplication::processEvents();
+    // Only the first scene's changes resize the frame; a later one's growth shows at the next scroll.
+    QCOMPARE(f.frame->codePreview()->sceneRect().width(), before);
+    QScrollBar* horizontal = f.view->horizontalScrollBar();
+    horizontal->setValue(horizontal->value() + 100);
+    QVERIFY(f.frame->codePreview()->sceneRect().width() > before);
+    QCOMPARE(f.frame->codePreview()->sceneRect(), f.frame->contentRect());
 }
 
 void tst_OverviewFrame::viewGoesFirst()

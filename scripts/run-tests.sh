@@ -16,6 +16,6 @@ cmake -S . -B build-ci -G Ninja -DCMAKE_BUILD_TYPE=Debug -DZK_SANITIZE=ON -DZK_B
 cmake --build build-ci -j"$jobs"
 ctest --test-dir build-ci --output-on-failure -j"$jobs"
 
-cmake -S . -B build-install -G Ninja -DCMAKE_BUILD_TYPE=Release -DZK_UNIT_TESTS=OFF -DZK_BUILD_BENCH=OFF -DZK_BUILD_APP=OFF
+cmake -S . -B build-install -G Ninja -DCMAKE_BUILD_TYPE=Release -DZK_UNIT_TESTS=OFF -DZK_BUILD_BENCH=OFF -DZK_BUILD_APP=ON
 cmake --build build-install -j"$jobs"
 ctest --test-dir build-install --output-on-failure

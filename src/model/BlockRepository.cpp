@@ -221,6 +221,8 @@ QString BlockRepository::helpContentHtml(const QString& helpId) const
 
 bool BlockRepository::showBlockHelp(const BlockDefinition* definition) const
 {
+    const Block* block = definition ? definition->block() : nullptr;
+    Q_EMIT helpRequested(block ? QStringLiteral("%1;%2").arg(block->identifier()).arg(definition->version()) : QString());
     const QString html = blockHelpHtml(definition);
     if (html.isEmpty())
         return false;
@@ -234,6 +236,7 @@ bool BlockRepository::showBlockHelp(const QString& identifier, unsigned int vers
 
 bool BlockRepository::showHelpContent(const QString& helpId) const
 {
+    Q_EMIT helpRequested(helpId);
     const QString html = helpContentHtml(helpId);
     if (html.isEmpty())
         return false;

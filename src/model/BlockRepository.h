@@ -54,6 +54,10 @@ public:
 
 Q_SIGNALS:
     void changed();
+    // Every request for help, answered or not, with what was asked: the block's identifier and
+    // version ("StandardBlock_1;0"), the help identifier, or an empty text for no block at all. A
+    // host may log what users look for; it is also how a panel's help key can be seen to work.
+    void helpRequested(const QString& topic) const;
     void groupsChanged();
 
 private:

@@ -344,24 +344,32 @@ void HierarchyViewPrivate::updateItem(QTreeWidgetItem* item, QList<BlockDefiniti
         children.insert(childPath.isEmpty() ? 0u : childPath.last(), child);
     }
 
+    QList<BlockInstance*> instances;
+    if (definition && definition->isStepInAllowed()) {
+        if (BlockCode* code = BlockCode::blockDefinitionCode(definition)) {
+            instances = code->instances();
+            // The library's contentsChanged does not tell of edits to the code inside an area's
+            // program; every code the tree shows reports its own changes.
+            connect(code, &BlockCode::changed, this, &HierarchyViewPrivate::scheduleCodeUpdate,
+                    Qt::UniqueConnection);
+        }
+    }
+
     if (recursive) {
         if (!recursionItems.contains(item)) {
             item->setIcon(0, style()->standardIcon(QStyle::SP_MessageBoxCritical));
             recursionItems.insert(item);
             pass.spanChanges.append(item);
         }
-        // The build ends at a recursion line: no rows below it, not even those of an earlier pass.
-    } else {
-        QList<BlockInstance*> instances;
-        if (definition && definition->isStepInAllowed()) {
-            if (BlockCode* code = BlockCode::blockDefinitionCode(definition)) {
-                instances = code->instances();
-                // The library's contentsChanged does not tell of edits to the code inside an area's
-                // program; every code the tree shows reports its own changes.
-                connect(code, &BlockCode::changed, this, &HierarchyViewPrivate::scheduleCodeUpdate,
-                        Qt::UniqueConnection);
-            }
+        // The build ends at a recursion line and goes no deeper; rows of an earlier pass stay as
+        // long as their instance is still in the code.
+        for (auto it = children.begin(); it != children.end();) {
+            if (instances.contains(instanceOfItem.value(it.value()).data()))
+                it = children.erase(it);
+            else
+                ++it;
         }
+    } else {
         stack.append(definition);
         const ItemPath path = pathOf(item);
         QList<QTreeWidgetItem*> added;

@@ -647,6 +647,7 @@ void tst_BlockGroupsWidget::helpKeyWithoutPath()
 
     // No current row, a root row, a container row: the request "BlockGroup_" names no group, and the
     // repository answers it with nothing to show.
+    QSignalSpy asked(&repository(), &BlockRepository::helpRequested);
     QVERIFY(!widget.currentItem());
     QVERIFY(!sendKey(widget, Qt::Key_F1));
     QVERIFY(!repository().helpWindow());
@@ -656,6 +657,9 @@ void tst_BlockGroupsWidget::helpKeyWithoutPath()
     widget.setCurrentItem(topRow(widget, QStringLiteral("Benutzerbibliotheken"))->child(0));
     QVERIFY(!sendKey(widget, Qt::Key_Help));
     QVERIFY(!repository().helpWindow());
+    QCOMPARE(asked.count(), 3);
+    for (const QList<QVariant>& call : std::as_const(asked))
+        QCOMPARE(call.at(0).toString(), QStringLiteral("BlockGroup_"));
 }
 
 void tst_BlockGroupsWidget::otherEventsPass()

@@ -131,6 +131,7 @@ private Q_SLOTS:
     void directSelfReference();
     void deepSelfReference();
     void recursionLineGoesWhenRecursionEnds();
+    void rowTurningRecursiveKeepsTheRowsOfItsCode();
     void hiddenTabBuildsNothing();
     void libraryChangeUpdates();
     void languageChangeUpdates();
@@ -746,6 +747,47 @@ void tst_HierarchyView::recursionLineGoesWhenRecursionEnds()
     QVERIFY(iconImage(line->icon(0)) != iconImage(tree->style()->standardIcon(QStyle::SP_MessageBoxCritical)));
 }
 
+void tst_HierarchyView::rowTurningRecursiveKeepsTheRowsOfItsCode()
+{
+    BlockLibrary* library = model->user()->library();
+    BlockDefinition* loop = ModelBuilder::newest(ModelBuilder::composite(library, QStringLiteral("UserBlock_Loop"), QStringLiteral("Schleife"), {}, {}));
+    BlockDefinition* carrier = ModelBuilder::newest(ModelBuilder::composite(library, QStringLiteral("UserBlock_Carrier"), QStringLiteral("Traeger"), {}, {}));
+    QVERIFY(loop->code()->createInstance(loop, 3));
+    QVERIFY(loop->code()->createInstance(def(QStringLiteral("StandardBlock_1")), 4));
+    QVERIFY(carrier->code()->createInstance(loop, 3));
+    QVERIFY(model->rootCode()->createInstance(carrier, 5));
+
+    HierarchyView view;
+    view.show();
+    view.setRoot(model->area()->rootDefinition(), rootNode());
+    HierarchyViewPrivate* tree = treeOf(view);
+    QTreeWidgetItem* row = childWithId(childWithId(tree->rootItem, 5), 3);
+    QVERIFY(row);
+    QVERIFY(!row->isFirstColumnSpanned());
+    QCOMPARE(row->childCount(), 2);
+    QTreeWidgetItem* line = childWithId(row, 3);
+    QTreeWidgetItem* gate = childWithId(row, 4);
+    QVERIFY(line && gate);
+
+    // The carrier becomes a loop itself: the row below it now repeats its parent, and turns into the
+    // recursion line. Its rows stand for instances that are still in its code, so they stay.
+    QVERIFY(model->rootCode()->replaceInstanceDefinition(5, loop, model->area()));
+    tree->rootInstanceChanged();
+    QCOMPARE(childWithId(childWithId(tree->rootItem, 5), 3), row);
+    QCOMPARE(row->text(0), QStringLiteral("rekursive Instanz von Schleife"));
+    QVERIFY(row->isFirstColumnSpanned());
+    QCOMPARE(row->childCount(), 2);
+    QCOMPARE(childWithId(row, 3), line);
+    QCOMPARE(childWithId(row, 4), gate);
+
+    // A row whose instance leaves the code goes, recursion line or not.
+    loop->code()->deleteInstance(4);
+    tree->rootInstanceChanged();
+    QCOMPARE(row->childCount(), 1);
+    QCOMPARE(childWithId(row, 3), line);
+    QVERIFY(!childWithId(row, 4));
+}
+
 void tst_HierarchyView::hiddenTabBuildsNothing()
 {
     ModelBuilder::place(model->rootCode(), def(QStringLiteral("StandardBlock_20")), {0, 0});
@@ -905,16 +947,21 @@ void tst_HierarchyView::helpKeyWithoutInstance()
     view.setRoot(model->area()->rootDefinition(), rootNode());
     HierarchyViewPrivate* tree = treeOf(view);
 
+    QSignalSpy asked(&BlockRepository::instance(), &BlockRepository::helpRequested);
     // No current row: the repository is asked with no definition and shows nothing.
     QVERIFY(!tree->currentItem());
     QVERIFY(!sendHelpKey(view, Qt::Key_F1));
     QVERIFY(!BlockRepository::instance().helpWindow());
+    QCOMPARE(asked.count(), 1);
+    QCOMPARE(asked.last().at(0).toString(), QString());
 
     // The root row stands for no instance.
     view.selectPath(QStringLiteral("0"));
     QCOMPARE(tree->currentItem(), tree->rootItem);
     QVERIFY(!sendHelpKey(view, Qt::Key_F1));
     QVERIFY(!BlockRepository::instance().helpWindow());
+    QCOMPARE(asked.count(), 2);
+    QCOMPARE(asked.last().at(0).toString(), QString());
 }
 
 void tst_HierarchyView::otherKeysPass()

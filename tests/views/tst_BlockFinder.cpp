@@ -1,5 +1,6 @@
 #include "ModalAnswer.h"
 #include "TestModel.h"
+#include "PlainCodeView.h"
 #include "TestRegistry.h"
 
 #include "Block.h"
@@ -35,21 +36,11 @@ namespace {
 
 // A code view that only records where the finder sends it. The cursor state at that moment is
 // recorded too: the wait cursor must be gone before the view scrolls.
-class FinderView : public BlockCodeView
+class FinderView : public PlainCodeView
 {
 public:
-    using BlockCodeView::BlockCodeView;
+    using PlainCodeView::PlainCodeView;
 
-    bool isReadOnly() const override { return true; }
-    bool isBlockDefinitionEditMode() const override { return false; }
-    bool isEditAllowed() const override { return false; }
-    bool isStepInAllowed() const override { return false; }
-    bool isStepOutAllowed() const override { return false; }
-    QString currentPath() const override { return QString(); }
-    bool setReadOnly(bool) override { return false; }
-    bool navigateTo(const QString&) override { return false; }
-    bool stepInSelectedBlock() override { return false; }
-    bool stepOut() override { return false; }
     bool scrollToItem(uint identifier, bool selectItem) override
     {
         scrolls.append(identifier);
@@ -57,7 +48,6 @@ public:
         cursorOverridden.append(QApplication::overrideCursor() != nullptr);
         return true;
     }
-    void showBlockProperties() override {}
 
     QList<uint> scrolls;
     QList<bool> selected;

@@ -1,3 +1,4 @@
+#include "PlainCodeView.h"
 #include "TestRegistry.h"
 
 #include "BlockCodeView.h"
@@ -20,26 +21,6 @@
 #include <memory>
 
 namespace {
-
-// A code view that shows whatever scene it is given; the overview asks nothing else of it.
-class PlainCodeView : public BlockCodeView
-{
-public:
-    using BlockCodeView::BlockCodeView;
-
-    bool isReadOnly() const override { return true; }
-    bool isBlockDefinitionEditMode() const override { return false; }
-    bool isEditAllowed() const override { return false; }
-    bool isStepInAllowed() const override { return false; }
-    bool isStepOutAllowed() const override { return false; }
-    QString currentPath() const override { return QString(); }
-    bool setReadOnly(bool) override { return false; }
-    bool navigateTo(const QString&) override { return false; }
-    bool stepInSelectedBlock() override { return false; }
-    bool stepOut() override { return false; }
-    bool scrollToItem(uint, bool) override { return false; }
-    void showBlockProperties() override {}
-};
 
 // A scene with the frame every code scene has, and a background at the bottom layer that spans it.
 std::unique_ptr<QGraphicsScene> codeScene()

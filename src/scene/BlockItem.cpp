@@ -119,6 +119,9 @@ public:
     QVarLengthArray<PinEntry, 4> pinIndex;
     bool pinIndexValid = false;
     QString toolTipShown;
+    // The symbol's picture, decoded when its bytes change rather than at every paint.
+    QByteArray symbolBytes;
+    QImage symbolImage;
 
     // The children that left this item while updatePins() runs; an update within an update
     // hands its record on to the outer one.
@@ -317,9 +320,16 @@ QFont BlockItem::diagramFont()
 void BlockItem::updateFromInstance()
 {
     if (BlockInstance* instance = d->instance.data()) {
-        const QSizeF size = instance->symbol()->size();
+        const BlockSymbol* symbol = instance->symbol();
+        const QSizeF size = symbol->size();
         setRect(0, 0, size.width() * BlockCodeScene::ModelUnit, size.height() * BlockCodeScene::ModelUnit);
         setPos(instance->position() * BlockCodeScene::ModelUnit);
+        const QByteArray bytes = symbol->image();
+        if (bytes != d->symbolBytes) {
+            d->symbolBytes = bytes;
+            d->symbolImage = QImage::fromData(bytes);
+            update();
+        }
 
         BlockDefinition* definition = instance->blockDefinition();
         QString text = d->definitionToolTip(definition);
@@ -655,7 +665,7 @@ void BlockItem::paint(QPainter* painter, const QStyleOptionGraphicsItem* option,
         // A symbol drawn at its default size shows no image: the image belongs to resized symbols.
         const BlockSymbol* symbol = instance->symbol();
         if (symbol->size() != symbol->defaultSize()) {
-            const QImage image = QImage::fromData(symbol->image());
+            const QImage& image = d->symbolImage;
             if (!image.isNull() && image.height() > 0) {
                 QRectF target = rect().adjusted(ImageMargin, ImageMargin, -ImageMargin, -ImageMargin);
                 const qreal w = target.height() * image.width() / image.height();

@@ -562,6 +562,15 @@ void tst_BlockItem::symbolImage()
     QCOMPARE(resized.images().size(), 1);
     // 4100 high inside the margins; the image keeps its 1:2 proportion and stands centred.
     QCOMPARE(resized.images().first(), QRectF(1975, 200, 2050, 4100));
+
+    // A new picture of the definition shows after the update it brings, in its own proportion.
+    symbol.setImage(pngBytes(41, 41));
+    definition->setSymbol(symbol);
+    scene.rebuild();
+    PaintRecorder replaced;
+    recordItem(item, &replaced);
+    QCOMPARE(replaced.images().size(), 1);
+    QCOMPARE(replaced.images().first(), QRectF(950, 200, 4100, 4100));
 }
 
 void tst_BlockItem::enablePin()

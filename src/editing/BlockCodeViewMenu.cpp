@@ -2,6 +2,7 @@
 
 #include "BlockCodeViewMenuPrivate.h"
 
+#include "AccessLevel.h"
 #include "Block.h"
 #include "BlockCode.h"
 #include "BlockCodeScene.h"
@@ -24,7 +25,6 @@
 #include "ConnectionNodeItem.h"
 #include "Locator.h"
 #include "SignalLabelItem.h"
-#include "System.h"
 
 #include <QAction>
 #include <QActionGroup>
@@ -36,8 +36,6 @@ namespace {
 
 // Libraries of this kind and above belong to the user; below it they come with the suite.
 constexpr unsigned int UserContainerKind = 256;
-constexpr quint32 TopAccessLevel = 5;
-constexpr quint32 PinPathAccessLevel = 4;
 
 unsigned int containerKindOf(const Block* block)
 {
@@ -76,7 +74,6 @@ void BlockCodeViewMenuPrivate::addBlockActions()
     BlockInstance* instance = blockItem ? blockItem->blockInstance() : nullptr;
     BlockDefinition* definition = instance ? instance->blockDefinition() : nullptr;
     Block* block = instance ? instance->block() : nullptr;
-    const quint32 level = System::instance().userAccessLevelCode();
     const bool definitionScene = scene && scene->isDefinitionScene();
 
     menu->addSeparator();
@@ -124,7 +121,7 @@ void BlockCodeViewMenuPrivate::addBlockActions()
                 QAction* version = menu->addAction(BlockCodeViewMenu::tr("In eine neue Version des Bausteins konvertieren"),
                                                    instance, &BlockInstance::createNewBlockVersion);
                 version->setEnabled(definitionScene);
-            } else if (definitionBlock && definitionBlock->isStandardBlock() && level >= TopAccessLevel
+            } else if (definitionBlock && definitionBlock->isStandardBlock() && AccessLevel::reached(AccessLevel::Top)
                        && (QGuiApplication::keyboardModifiers() & Qt::ControlModifier)) {
                 // Standard blocks come with the suite; only the top level may take them apart, and
                 // only on purpose, with Control held as the menu opens.
@@ -182,7 +179,7 @@ void BlockCodeViewMenuPrivate::addEditActions()
         value->setEnabled(area && area->isOnline());
         QAction* path = nullptr;
         QAction* address = nullptr;
-        if (System::instance().userAccessLevelCode() > PinPathAccessLevel) {
+        if (AccessLevel::reached(AccessLevel::Top)) {
             path = pins->addAction(BlockCodeViewMenu::tr("Pfad"), nodeScene, &BlockHierarchyNodeScene::showPinsLocationPath);
             path->setCheckable(true);
             address = pins->addAction(BlockCodeViewMenu::tr("Adresse"), nodeScene,

@@ -1,5 +1,6 @@
 #include "BlockDefinitionScene.h"
 
+#include "AccessLevel.h"
 #include "AreaInfo.h"
 #include "Block.h"
 #include "BlockCode.h"
@@ -50,8 +51,6 @@ constexpr double NodeRaster = 500.0;
 // A drag below this distance is a slip of the hand, not a move the user wants to undo.
 constexpr double MoveCommandThreshold = 30.0;
 constexpr int UndoLimit = 10;
-constexpr quint32 UndoViewAccessLevel = 4;
-constexpr quint32 ExportAccessLevel = 4;
 const char* const DefinitionMimeType = "zk6/blockdefinitionidentifier";
 
 BlockInstanceArea* areaOf(const BlockInstanceHierarchyNode* node)
@@ -319,7 +318,7 @@ void BlockDefinitionScene::showGrid(bool show)
 
 bool BlockDefinitionScene::showUndoView()
 {
-    if (System::instance().userAccessLevelCode() < UndoViewAccessLevel)
+    if (!AccessLevel::reached(AccessLevel::UndoView))
         return false;
     if (!d->undoView) {
         // A window of its own, without parent: it floats beside whatever view edits this code.
@@ -454,7 +453,7 @@ bool BlockDefinitionScene::exportCodeToTextFile()
 {
     BlockCode* code = blockCode();
     BlockDefinition* definition = code ? code->blockDefinition() : nullptr;
-    if (!definition || System::instance().userAccessLevelCode() <= ExportAccessLevel)
+    if (!definition || !AccessLevel::reached(AccessLevel::Top))
         return false;
     Block* block = definition->block();
     if (!block)

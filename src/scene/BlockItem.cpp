@@ -1,5 +1,6 @@
 #include "BlockItem.h"
 
+#include "AccessLevel.h"
 #include "Block.h"
 #include "BlockCode.h"
 #include "BlockCodeScene.h"
@@ -15,7 +16,6 @@
 #include "ParameterDefinitionSaver.h"
 #include "ParameterText.h"
 #include "SignalLabelHostItem.h"
-#include "System.h"
 
 #include <QAction>
 #include <QFontMetrics>
@@ -691,7 +691,7 @@ void BlockItem::paint(QPainter* painter, const QStyleOptionGraphicsItem* option,
                           version);
 
         QString number = instance->numberText();
-        if (System::instance().userAccessLevelCode() > 4)
+        if (AccessLevel::reached(AccessLevel::Top))
             number += QStringLiteral(" (%1)").arg(d->identifier);
         painter->drawText(QPointF(body.left() + TextMargin, body.bottom() - 80), number);
 
@@ -733,7 +733,7 @@ void BlockItem::showPropertiesView()
 
     bool readOnly = !(local || magic || tool);
     const bool levelOk =
-        !local || (definition && definition->accessLevelWrite() <= System::instance().userAccessLevelCode());
+        !local || (definition && AccessLevel::reached(definition->accessLevelWrite()));
     if (!(!d->scene->isReadOnly() && !readOnly && d->scene->isDefinitionScene() && levelOk))
         readOnly = true;
 

@@ -1,5 +1,6 @@
 #include "MagicBlockItem.h"
 
+#include "AccessLevel.h"
 #include "Block.h"
 #include "BlockCodeScene.h"
 #include "BlockDefinition.h"
@@ -8,7 +9,6 @@
 #include "BlockLibraryContainer.h"
 #include "BlockSymbol.h"
 #include "BlockTextLayout.h"
-#include "System.h"
 #include "Text.h"
 
 #include <QColor>
@@ -62,7 +62,7 @@ void MagicBlockItemPrivate::updateToolTip()
     if (!note.isEmpty())
         toolTip += QStringLiteral("<br>") + note + QStringLiteral("<br>");
     BlockLibrary* library = block ? block->ownerLibrary() : nullptr;
-    if (System::instance().userAccessLevelCode() > 4 && library) {
+    if (AccessLevel::reached(AccessLevel::Top) && library) {
         BlockLibraryContainer* container = library->container();
         toolTip += QStringLiteral("<br><br>") + block->identifier() + QStringLiteral("<br><br>");
         toolTip += MagicBlockItem::tr("Bibliotheks-ID:  ") + (container ? container->identifier() : QString())
@@ -126,7 +126,7 @@ void MagicBlockItem::paint(QPainter* painter, const QStyleOptionGraphicsItem* op
     painter->drawText(textRect, d->text, QTextOption());
     painter->drawText(textRect, d->versionText, QTextOption(Qt::AlignRight));
 
-    if (System::instance().userAccessLevelCode() > 4) {
+    if (AccessLevel::reached(AccessLevel::Top)) {
         painter->drawText(QPointF(box.left() + TextMargin, box.bottom() - 80),
                           instance->numberText() + QStringLiteral(" (%1)").arg(identifier()));
     }

@@ -1,8 +1,8 @@
 #include "PinBlockItem.h"
 
+#include "AccessLevel.h"
 #include "BlockCodeScene.h"
 #include "BlockInstance.h"
-#include "System.h"
 
 #include <QColor>
 #include <QPainter>
@@ -114,7 +114,7 @@ void PinBlockItem::paint(QPainter* painter, const QStyleOptionGraphicsItem* opti
     painter->setFont(font());
     textRect.adjust(TextMargin, TextMargin, -TextMargin, -TextMargin);
     const QString label = QString::number(d->number) + QLatin1Char(':') + d->name;
-    if (System::instance().userAccessLevelCode() >= 5) {
+    if (AccessLevel::reached(AccessLevel::Top)) {
         painter->drawText(textRect, Qt::AlignTop, label);
         painter->drawText(QPointF(textRect.left(), textRect.bottom() - 30),
                           instance->numberText() + QStringLiteral(" (%1)").arg(identifier()));

@@ -1,11 +1,11 @@
 #include "TextBlockItem.h"
 
+#include "AccessLevel.h"
 #include "BlockCodeScene.h"
 #include "BlockDefinition.h"
 #include "BlockInstance.h"
 #include "BlockSymbol.h"
 #include "BlockTextLayout.h"
-#include "System.h"
 
 #include <QColor>
 #include <QFontMetrics>
@@ -106,7 +106,7 @@ void TextBlockItem::paint(QPainter* painter, const QStyleOptionGraphicsItem* opt
     painter->drawText(box.adjusted(TextMargin, TextMargin, -TextMargin, -TextMargin), d->text, QTextOption());
 
     // Only a single-line box has room for the number beside its text.
-    if (System::instance().userAccessLevelCode() >= 5 && !d->text.contains(QLatin1Char('\n'))) {
+    if (AccessLevel::reached(AccessLevel::Top) && !d->text.contains(QLatin1Char('\n'))) {
         painter->drawText(QPointF(box.left() + TextMargin, box.bottom() - 80),
                           instance->numberText() + QStringLiteral(" (%1)").arg(identifier()));
     }

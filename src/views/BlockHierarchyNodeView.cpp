@@ -2,6 +2,7 @@
 
 #include "BlockHierarchyNodeViewPrivate.h"
 
+#include "AccessLevel.h"
 #include "Block.h"
 #include "BlockCheckIssueView.h"
 #include "BlockCode.h"
@@ -18,7 +19,6 @@
 #include "BlockLibraryContainer.h"
 #include "LibraryBlockDefinitionSubWindow.h"
 #include "Locator.h"
-#include "System.h"
 
 #include <QByteArray>
 #include <QLabel>
@@ -26,13 +26,6 @@
 #include <QSignalBlocker>
 
 namespace {
-
-constexpr quint32 EditAccessLevel = 3;
-
-quint32 accessLevel()
-{
-    return System::instance().userAccessLevelCode();
-}
 
 BlockDefinition* definitionOf(const BlockInstanceHierarchyNode* node)
 {
@@ -241,7 +234,7 @@ bool BlockHierarchyNodeViewPrivate::tryEnterEditMode()
     bool writable = definition && definition->isWritable();
     // The program of a whole area is changed only at the top level of access.
     if (block && block->isRootBlock())
-        writable = accessLevel() == System::MaximumAccessLevel;
+        writable = AccessLevel::reached(AccessLevel::Top);
     if (!writable)
         return definitionScene() != nullptr;
 
@@ -435,11 +428,10 @@ bool BlockHierarchyNodeView::isEditAllowed() const
     BlockInstanceArea* area = BlockHierarchyNodeViewPrivate::areaOf(node);
     if (!definition || !area)
         return false;
-    const quint32 level = accessLevel();
     Block* block = definition->block();
-    if (!definition->isWritable() || area->isOnline() || area->isBackDocumentation() || level < EditAccessLevel)
+    if (!definition->isWritable() || area->isOnline() || area->isBackDocumentation() || !AccessLevel::reached(AccessLevel::Edit))
         return false;
-    if (block && block->isRootBlock() && level < System::MaximumAccessLevel)
+    if (block && block->isRootBlock() && !AccessLevel::reached(AccessLevel::Top))
         return false;
     // Last, for it walks the whole program of the area.
     return !area->hasFallbackBlocks();
@@ -597,7 +589,7 @@ void BlockHierarchyNodeView::showBlockProperties()
 bool BlockHierarchyNodeView::setBlockDefinitionEditMode(bool value)
 {
     if (value) {
-        if (accessLevel() >= EditAccessLevel && !d->definitionScene() && !d->tryEnterEditMode()) {
+        if (AccessLevel::reached(AccessLevel::Edit) && !d->definitionScene() && !d->tryEnterEditMode()) {
             // The button goes back at once; the wish stays, so that the next level that allows it
             // opens in edit mode.
             Q_EMIT d->blockDefinitionEditModeToggled(false);

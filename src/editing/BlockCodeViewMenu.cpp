@@ -44,12 +44,6 @@ unsigned int containerKindOf(const Block* block)
     return container ? container->containerKind() : 0;
 }
 
-BlockInstanceArea* areaOf(const BlockInstanceHierarchyNode* node)
-{
-    BlockInstanceHierarchy* hierarchy = node ? node->hierarchy() : nullptr;
-    return hierarchy ? hierarchy->area() : nullptr;
-}
-
 } // namespace
 
 BlockCodeViewMenuPrivate::BlockCodeViewMenuPrivate(BlockCodeViewMenu* owner)
@@ -129,7 +123,7 @@ void BlockCodeViewMenuPrivate::addBlockActions()
                 if (BlockInstanceHierarchyNode* node = scene ? scene->hierarchyNode() : nullptr) {
                     QAction* unbind = menu->addAction(BlockCodeViewMenu::tr("In einen lokalen Baustein konvertieren"), this,
                                                       &BlockCodeViewMenuPrivate::unbindStandardBlockToLocalBlockIncludeHierarchy);
-                    BlockInstanceArea* area = areaOf(node);
+                    BlockInstanceArea* area = BlockCodeScene::areaOf(node);
                     unbind->setEnabled(area && !area->isOnline());
                 } else {
                     QAction* unbind = menu->addAction(BlockCodeViewMenu::tr("In einen lokalen Baustein konvertieren"), this,
@@ -175,7 +169,7 @@ void BlockCodeViewMenuPrivate::addEditActions()
         QAction* value =
             pins->addAction(BlockCodeViewMenu::tr("Wert"), nodeScene, &BlockHierarchyNodeScene::showPinsCurrentValue);
         value->setCheckable(true);
-        BlockInstanceArea* area = areaOf(nodeScene->hierarchyNode());
+        BlockInstanceArea* area = BlockCodeScene::areaOf(nodeScene->hierarchyNode());
         value->setEnabled(area && area->isOnline());
         QAction* path = nullptr;
         QAction* address = nullptr;

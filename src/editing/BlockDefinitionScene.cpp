@@ -7,7 +7,6 @@
 #include "BlockDefinition.h"
 #include "BlockInstance.h"
 #include "BlockInstanceArea.h"
-#include "BlockInstanceHierarchy.h"
 #include "BlockInstanceHierarchyNode.h"
 #include "BlockItem.h"
 #include "BlockPinConnection.h"
@@ -52,12 +51,6 @@ constexpr double NodeRaster = 500.0;
 constexpr double MoveCommandThreshold = 30.0;
 constexpr int UndoLimit = 10;
 const char* const DefinitionMimeType = "zk6/blockdefinitionidentifier";
-
-BlockInstanceArea* areaOf(const BlockInstanceHierarchyNode* node)
-{
-    BlockInstanceHierarchy* hierarchy = node ? node->hierarchy() : nullptr;
-    return hierarchy ? hierarchy->area() : nullptr;
-}
 
 bool isFreeNode(QGraphicsItem* item)
 {
@@ -480,7 +473,7 @@ QByteArray BlockDefinitionScene::findFreeParameterCoordinate() const
         }
     };
     if (BlockInstanceHierarchyNode* node = hierarchyNode()) {
-        collect(areaOf(node));
+        collect(BlockCodeScene::areaOf(node));
     } else {
         const QList<BlockInstanceArea*> areas = BlockInstanceArea::allAreas();
         for (BlockInstanceArea* area : areas)
@@ -528,7 +521,7 @@ void BlockDefinitionScene::dropEvent(QGraphicsSceneDragDropEvent* event)
     [[maybe_unused]] BlockInstanceArea* area = nullptr;
     if (definition) {
         d->deleteHighlight();
-        area = areaOf(hierarchyNode());
+        area = BlockCodeScene::areaOf(hierarchyNode());
     }
     // The editing layer takes this further: it pushes DropCommand(definition, this, event, area), also
     // without a definition, when the command does nothing but stands on the stack.

@@ -3,7 +3,6 @@
 #include "BlockCode.h"
 #include "BlockInstance.h"
 #include "BlockInstanceArea.h"
-#include "BlockInstanceHierarchy.h"
 #include "BlockInstanceHierarchyNode.h"
 #include "BlockItem.h"
 #include "BlockPinItem.h"
@@ -29,15 +28,6 @@ public:
     QMetaObject::Connection onlineConnection;
 };
 
-namespace {
-
-BlockInstanceArea* areaOf(const BlockInstanceHierarchyNode* node)
-{
-    BlockInstanceHierarchy* hierarchy = node ? node->hierarchy() : nullptr;
-    return hierarchy ? hierarchy->area() : nullptr;
-}
-
-} // namespace
 
 BlockHierarchyNodeScene::BlockHierarchyNodeScene(BlockInstanceHierarchyNode* pNode)
     : BlockCodeScene(pNode)
@@ -53,7 +43,7 @@ BlockHierarchyNodeScene* BlockHierarchyNodeScene::forNode(BlockInstanceHierarchy
         scene->onDefinitionChanged();
         scene->d->definitionConnection = connect(pNode, &BlockInstanceHierarchyNode::definitionChanged, scene,
                                                  &BlockHierarchyNodeScene::onDefinitionChanged);
-        if (BlockInstanceArea* area = areaOf(pNode))
+        if (BlockInstanceArea* area = BlockCodeScene::areaOf(pNode))
             scene->d->onlineConnection = connect(area, &BlockInstanceArea::onlineChanged, scene,
                                                  &BlockHierarchyNodeScene::onlineChanged);
     }
@@ -98,7 +88,7 @@ BlockCode* BlockHierarchyNodeScene::blockCode() const
         return nullptr;
     // Not cached: the instance's definition, and with it the code, can be replaced at any time.
     BlockInstance* instance = node->blockInstance();
-    return instance ? instance->code(areaOf(node)) : nullptr;
+    return instance ? instance->code(BlockCodeScene::areaOf(node)) : nullptr;
 }
 
 BlockInstanceHierarchyNode* BlockHierarchyNodeScene::hierarchyNode() const

@@ -357,12 +357,16 @@ QList<BlockItem*> BlockCodeScene::pendingDeleteItems() const
     return d->pendingDeleteItems;
 }
 
+BlockInstanceArea* BlockCodeScene::areaOf(const BlockInstanceHierarchyNode* pNode)
+{
+    BlockInstanceHierarchy* hierarchy = pNode ? pNode->hierarchy() : nullptr;
+    return hierarchy ? hierarchy->area() : nullptr;
+}
+
 BlockInstanceArea* BlockCodeScene::sceneArea() const
 {
-    if (BlockInstanceHierarchyNode* node = hierarchyNode()) {
-        BlockInstanceHierarchy* hierarchy = node->hierarchy();
-        return hierarchy ? hierarchy->area() : nullptr;
-    }
+    if (BlockInstanceHierarchyNode* node = hierarchyNode())
+        return areaOf(node);
     return instanceArea();
 }
 
@@ -378,10 +382,8 @@ void BlockCodeScene::rebuild()
 
     if (BlockInstanceArea* area = instanceArea()) {
         code->updateVariantPins(area);
-    } else if (BlockInstanceHierarchyNode* node = hierarchyNode()) {
-        BlockInstanceHierarchy* hierarchy = node->hierarchy();
-        if (BlockInstanceArea* nodeArea = hierarchy ? hierarchy->area() : nullptr)
-            code->updateVariantPins(nodeArea);
+    } else if (BlockInstanceArea* nodeArea = areaOf(hierarchyNode())) {
+        code->updateVariantPins(nodeArea);
     }
 
     QHash<unsigned int, BlockItem*> oldBlocks = d->blockItemsByIdentifier();

@@ -58,6 +58,9 @@ public:
     // The hierarchy node's area if there is a node, else instanceArea(): the one rule by which
     // items find the area they show.
     BlockInstanceArea* sceneArea() const;
+    // The area whose hierarchy holds the node; null for no node or a node outside any hierarchy.
+    // Every way from a node to its area goes through here.
+    static BlockInstanceArea* areaOf(const BlockInstanceHierarchyNode* pNode);
 
     BlockItem* blockItem(unsigned int identifier);
     BlockItem* blockItemOf(BlockInstance* pInstance);

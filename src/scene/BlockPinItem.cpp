@@ -9,7 +9,6 @@
 #include "BlockDefinitionScene.h"
 #include "BlockInstance.h"
 #include "BlockInstanceArea.h"
-#include "BlockInstanceHierarchy.h"
 #include "BlockInstanceHierarchyNode.h"
 #include "BlockItem.h"
 #include "BlockPin.h"
@@ -191,8 +190,7 @@ SimpleType* BlockPinItemPrivate::simpleTypeAt(BlockInstanceHierarchyNode* node) 
         return nullptr;
     BlockInstanceArea* area = nullptr;
     if (node) {
-        BlockInstanceHierarchy* hierarchy = node->hierarchy();
-        area = hierarchy ? hierarchy->area() : nullptr;
+        area = BlockCodeScene::areaOf(node);
     } else if (BlockCodeScene* scene = codeScene()) {
         area = scene->instanceArea();
     }
@@ -388,11 +386,8 @@ BlockInstanceHierarchyNode* BlockPinItem::hierarchyNode() const
 
 BlockInstanceArea* BlockPinItem::instanceArea() const
 {
-    if (BlockInstanceHierarchyNode* node = hierarchyNode()) {
-        if (BlockInstanceHierarchy* hierarchy = node->hierarchy())
-            return hierarchy->area();
-        return nullptr;
-    }
+    if (BlockInstanceHierarchyNode* node = hierarchyNode())
+        return BlockCodeScene::areaOf(node);
     BlockCodeScene* scene = d->codeScene();
     return scene ? scene->instanceArea() : nullptr;
 }

@@ -4,7 +4,6 @@
 #include "BlockCodeView.h"
 #include "BlockDefinition.h"
 #include "BlockInstance.h"
-#include "BlockInstanceHierarchy.h"
 #include "BlockCode.h"
 #include "BlockInstanceHierarchyNode.h"
 #include "BlockItem.h"
@@ -63,10 +62,7 @@ void BlockFinder::search()
 
     auto* scene = qobject_cast<BlockCodeScene*>(view->scene());
     if (!area && scene) {
-        if (BlockInstanceHierarchyNode* node = scene->hierarchyNode())
-            area = node->hierarchy() ? node->hierarchy()->area() : nullptr;
-        else
-            area = scene->instanceArea();
+        area = scene->sceneArea();
     }
 
     identifiers.clear();

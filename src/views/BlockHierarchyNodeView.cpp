@@ -82,12 +82,6 @@ BlockInstanceHierarchyNode* BlockHierarchyNodeViewPrivate::shownNode() const
     return nullptr;
 }
 
-BlockInstanceArea* BlockHierarchyNodeViewPrivate::areaOf(const BlockInstanceHierarchyNode* node)
-{
-    BlockInstanceHierarchy* hierarchy = node ? node->hierarchy() : nullptr;
-    return hierarchy ? hierarchy->area() : nullptr;
-}
-
 void BlockHierarchyNodeViewPrivate::showNode(BlockInstanceHierarchyNode* node)
 {
     int mode = 0;
@@ -139,7 +133,7 @@ void BlockHierarchyNodeViewPrivate::swapScene(BlockCodeScene* newScene)
         if (oldScene != newScene)
             disconnect(oldScene, nullptr, q, nullptr);
     }
-    if (BlockInstanceArea* area = areaOf(shownNode()))
+    if (BlockInstanceArea* area = BlockCodeScene::areaOf(shownNode()))
         disconnect(area, nullptr, this, nullptr);
 
     q->setScene(newScene);
@@ -238,7 +232,7 @@ bool BlockHierarchyNodeViewPrivate::tryEnterEditMode()
     if (!writable)
         return definitionScene() != nullptr;
 
-    BlockInstanceArea* area = areaOf(node);
+    BlockInstanceArea* area = BlockCodeScene::areaOf(node);
     // An online or read-back area is never edited; true tells the caller to ask nothing further,
     // although nothing changed.
     if (area && (area->isOnline() || area->isBackDocumentation()))
@@ -374,7 +368,7 @@ void BlockHierarchyNodeViewPrivate::showPropertiesInEditMode(BlockInstanceHierar
     QPointer<BlockInstance> instance = child->blockInstance();
     if (!instance || !editScene)
         return;
-    BlockInstanceArea* area = areaOf(child->parentNode());
+    BlockInstanceArea* area = BlockCodeScene::areaOf(child->parentNode());
     const QString parametersBefore = instance->parameterText(area ? area->index() : 0);
     Block* block = instance->block();
     const QByteArray contentsBefore = block ? block->saveContents() : QByteArray();
@@ -425,7 +419,7 @@ bool BlockHierarchyNodeView::isEditAllowed() const
         return d->definitionScene() != nullptr;
     BlockInstanceHierarchyNode* node = scene->hierarchyNode();
     BlockDefinition* definition = definitionOf(node);
-    BlockInstanceArea* area = BlockHierarchyNodeViewPrivate::areaOf(node);
+    BlockInstanceArea* area = BlockCodeScene::areaOf(node);
     if (!definition || !area)
         return false;
     Block* block = definition->block();
@@ -538,7 +532,7 @@ bool BlockHierarchyNodeView::stepInSelectedBlock()
     }
     // A block without an inside to show, or one that hides it, shows its properties instead.
     if (BlockInstance* instance = child->blockInstance())
-        instance->showPropertiesView(nodeScene->isReadOnly(), BlockHierarchyNodeViewPrivate::areaOf(node));
+        instance->showPropertiesView(nodeScene->isReadOnly(), BlockCodeScene::areaOf(node));
     return false;
 }
 

@@ -29,7 +29,6 @@ public:
     BlockDefinitionScene* definitionScene() const;
     // The node of the shown level: that of the node scene, in edit mode that of the remembered one.
     BlockInstanceHierarchyNode* shownNode() const;
-    static BlockInstanceArea* areaOf(const BlockInstanceHierarchyNode* node);
 
     void showNode(BlockInstanceHierarchyNode* node);
     void swapScene(BlockCodeScene* newScene);

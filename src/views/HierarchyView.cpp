@@ -3,10 +3,10 @@
 
 #include "Block.h"
 #include "BlockCode.h"
+#include "BlockCodeScene.h"
 #include "BlockDefinition.h"
 #include "BlockInstance.h"
 #include "BlockInstanceArea.h"
-#include "BlockInstanceHierarchy.h"
 #include "BlockInstanceHierarchyNode.h"
 #include "BlockLibrary.h"
 #include "BlockRepository.h"
@@ -183,8 +183,7 @@ void HierarchyViewPrivate::update()
     }
 
     Pass pass;
-    if (rootNode && rootNode->hierarchy())
-        pass.area = rootNode->hierarchy()->area();
+    pass.area = BlockCodeScene::areaOf(rootNode);
     QList<BlockDefinition*> stack;
     updateItem(rootItem, stack, pass);
 

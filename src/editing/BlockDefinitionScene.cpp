@@ -17,6 +17,7 @@
 #include "ConnectionNodeItem.h"
 #include "ParameterContainer.h"
 #include "ParameterCoordinate.h"
+#include "SceneMetrics.h"
 #include "System.h"
 
 #include <QBrush>
@@ -45,8 +46,6 @@
 
 namespace {
 
-constexpr double BlockRaster = 1000.0;
-constexpr double NodeRaster = 500.0;
 // A drag below this distance is a slip of the hand, not a move the user wants to undo.
 constexpr double MoveCommandThreshold = 30.0;
 constexpr int UndoLimit = 10;
@@ -282,7 +281,7 @@ void BlockDefinitionScene::showGrid(bool show)
     if (!hierarchyNode()) {
         step = 1000.0;
         auto* rect = new QGraphicsRectItem(0, 0, 1000000, 1000000);
-        rect->setZValue(-9999);
+        rect->setZValue(SceneZ::GridSheet);
         rect->setPen(pen);
         rect->setBrush(QBrush(background, Qt::SolidPattern));
         addItem(rect);
@@ -294,18 +293,18 @@ void BlockDefinitionScene::showGrid(bool show)
         auto* line = new QGraphicsLineItem(x, 0.0, x, extent);
         line->setData(0, 0);
         line->setPen(pen);
-        line->setZValue(-10000);
+        line->setZValue(SceneZ::Background);
         d->grid->addToGroup(line);
     }
     for (double y = 0.0; y <= extent; y += step) {
         auto* line = new QGraphicsLineItem(0.0, y, extent, y);
         line->setData(0, 0);
         line->setPen(pen);
-        line->setZValue(-10000);
+        line->setZValue(SceneZ::Background);
         d->grid->addToGroup(line);
     }
     addItem(d->grid);
-    d->grid->setZValue(-10000);
+    d->grid->setZValue(SceneZ::Background);
     d->grid->setVisible(true);
 }
 
@@ -422,16 +421,16 @@ bool BlockDefinitionScene::moveSelectionByKey(int key)
     double dy = 0.0;
     switch (key) {
     case Qt::Key_Up:
-        dy = -BlockRaster;
+        dy = -SceneRaster::Block;
         break;
     case Qt::Key_Right:
-        dx = BlockRaster;
+        dx = SceneRaster::Block;
         break;
     case Qt::Key_Down:
-        dy = BlockRaster;
+        dy = SceneRaster::Block;
         break;
     case Qt::Key_Left:
-        dx = -BlockRaster;
+        dx = -SceneRaster::Block;
         break;
     default:
         return false;
@@ -630,7 +629,7 @@ void BlockDefinitionScene::mouseMoveEvent(QGraphicsSceneMouseEvent* event)
     QList<QGraphicsItem*> blocks;
     for (QGraphicsItem* item : movable)
         (isFreeNode(item) ? nodes : blocks).append(item);
-    const double raster = blocks.isEmpty() ? NodeRaster : BlockRaster;
+    const double raster = blocks.isEmpty() ? SceneRaster::Node : SceneRaster::Block;
     double dx = std::round((total.x() - d->accumulatedX) / raster) * raster;
     double dy = std::round((total.y() - d->accumulatedY) / raster) * raster;
     BlockDefinitionScenePrivate::clampToOrigin(movable, dx, dy);

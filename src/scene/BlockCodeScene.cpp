@@ -17,6 +17,7 @@
 #include "MagicBlockItem.h"
 #include "ModelEnums.h"
 #include "PinBlockItem.h"
+#include "SceneMetrics.h"
 #include "SignalLabelHostItem.h"
 #include "SignalLabelItem.h"
 #include "TextBlockItem.h"
@@ -228,7 +229,7 @@ BlockCodeScene::BlockCodeScene(QObject* parent)
     d->background = new QGraphicsRectItem(0, 0, SceneExtent, SceneExtent);
     d->background->setPen(QPen(QColor(0, 0, 0, 0)));
     d->background->setBrush(Qt::NoBrush);
-    d->background->setZValue(-10000);
+    d->background->setZValue(SceneZ::Background);
     addItem(d->background);
     connect(this, &QGraphicsScene::selectionChanged, this, &BlockCodeScene::onSelectionChanged);
     installEventFilter(this);

@@ -15,6 +15,7 @@
 #include "ParameterDefinition.h"
 #include "ParameterDefinitionSaver.h"
 #include "ParameterText.h"
+#include "SceneMetrics.h"
 #include "SignalLabelHostItem.h"
 
 #include <QAction>
@@ -41,8 +42,6 @@ namespace {
 constexpr int WholeBlockParameterArea = int(0xFFFFFFFF);
 
 // The body stands this far inside the item at top and bottom; the hit area keeps the full height.
-constexpr qreal BodyInset = 50.0;
-constexpr qreal TextMargin = 50.0;
 constexpr qreal ImageMargin = 200.0;
 
 QString numberOrHyphen(unsigned int value)
@@ -287,7 +286,7 @@ BlockItem::BlockItem(BlockCodeScene* pScene, BlockInstance* pInstance)
         flags |= ItemIsMovable;
     setFlags(flags);
     setAcceptHoverEvents(true);
-    setZValue(-2.0);
+    setZValue(SceneZ::Block);
     pScene->addItem(this);
     if (pInstance) {
         if (BlockDefinition* definition = pInstance->blockDefinition())
@@ -652,7 +651,7 @@ void BlockItem::paint(QPainter* painter, const QStyleOptionGraphicsItem* option,
     if (option->state & QStyle::State_Selected)
         background = background.darker(120);
 
-    const QRectF body = rect().adjusted(0, BodyInset, 0, -BodyInset);
+    const QRectF body = rect().adjusted(0, SceneInset::BlockBody, 0, -SceneInset::BlockBody);
     const QBrush oldBrush = painter->brush();
     const QPen oldPen = painter->pen();
     painter->setBrush(solidBrush(background));
@@ -681,22 +680,22 @@ void BlockItem::paint(QPainter* painter, const QStyleOptionGraphicsItem* option,
         const QFontMetrics metrics(d->font, painter->device());
         const qreal ascent = metrics.ascent();
 
-        painter->drawText(QPointF(body.left() + TextMargin, body.top() + 20 + ascent), instance->title());
+        painter->drawText(QPointF(body.left() + SceneInset::BlockText, body.top() + 20 + ascent), instance->title());
 
         const QString version = instance->isVersionVisible()
                                     ? QStringLiteral("V") + QString::number(instance->version())
                                     : QString();
-        painter->drawText(QPointF(body.right() - TextMargin - metrics.boundingRect(version).width(),
+        painter->drawText(QPointF(body.right() - SceneInset::BlockText - metrics.boundingRect(version).width(),
                                   body.top() + 20 + ascent),
                           version);
 
         QString number = instance->numberText();
         if (AccessLevel::reached(AccessLevel::Top))
             number += QStringLiteral(" (%1)").arg(d->identifier);
-        painter->drawText(QPointF(body.left() + TextMargin, body.bottom() - 80), number);
+        painter->drawText(QPointF(body.left() + SceneInset::BlockText, body.bottom() - 80), number);
 
         const QString runtime = runtimePositionText();
-        painter->drawText(QPointF(body.right() - TextMargin - metrics.boundingRect(runtime).width(), body.bottom() - 80),
+        painter->drawText(QPointF(body.right() - SceneInset::BlockText - metrics.boundingRect(runtime).width(), body.bottom() - 80),
                           runtime);
         painter->setPen(oldPen);
         painter->setFont(oldFont);

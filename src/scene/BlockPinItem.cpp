@@ -1,5 +1,6 @@
 #include "BlockPinItem.h"
 
+#include "SceneMetrics.h"
 #include "TypeColour.h"
 
 #include "Block.h"
@@ -174,8 +175,8 @@ void BlockPinItemPrivate::createChildren()
     signalLabelHost = host;
     static const QBrush initialValueBrush(Qt::green);
     static const QBrush remanentBrush(Qt::darkGreen);
-    initialValueMarker = createMarker(q, initialValueBrush, 3.3);
-    remanentMarker = createMarker(q, remanentBrush, 3.2);
+    initialValueMarker = createMarker(q, initialValueBrush, SceneZ::InitialValueMarker);
+    remanentMarker = createMarker(q, remanentBrush, SceneZ::RemanentMarker);
     remanentMarker->setToolTip(BlockPinItem::tr("Remanent"));
 }
 
@@ -291,7 +292,7 @@ BlockPinItem::BlockPinItem(BlockItem* pBlockItem, BlockPinInstance* pPin)
     // Set up before it joins its block: outside a scene these cost nothing but the value. And the
     // label host follows scene positions, where every move of an item above such a child walks all
     // of them in the scene: the stub takes its place while it has none yet.
-    setZValue(-3.0);
+    setZValue(SceneZ::PinStub);
     setAcceptHoverEvents(true);
     setFlag(ItemIsSelectable);
     const QPointF position = pBlockItem ? pBlockItem->pinPosition(identifier()) : QPointF();

@@ -1,5 +1,6 @@
 #include "ConnectionItem.h"
 
+#include "SceneMetrics.h"
 #include "TypeColour.h"
 
 #include "BlockCode.h"
@@ -256,7 +257,7 @@ ConnectionItem::ConnectionItem(BlockCodeScene* pScene)
     d->targetNode = new ConnectionNodeItem(this);
     // The editing layer takes this further: in a BlockDefinitionScene, nodeAdded is connected to
     // its onConnectionNodeAdded(), which records the new corner as an undoable step.
-    setZValue(1.0);
+    setZValue(SceneZ::Connection);
 }
 
 ConnectionItem::~ConnectionItem()
@@ -570,9 +571,9 @@ QVariant ConnectionItem::itemChange(GraphicsItemChange change, const QVariant& v
         d->joinIndex();
     if (scene() && change == ItemSelectedHasChanged) {
         const bool selected = value.toBool();
-        setZValue(selected ? 2.0 : 1.0);
+        setZValue(selected ? SceneZ::SelectedConnection : SceneZ::Connection);
         for (ConnectionNodeItem* node : std::as_const(d->cornerNodes))
-            node->setZValue(selected ? 2.1 : 1.1);
+            node->setZValue(selected ? SceneZ::SelectedConnectionNode : SceneZ::ConnectionNode);
         refreshGeometry();
     }
     return QAbstractGraphicsShapeItem::itemChange(change, value);

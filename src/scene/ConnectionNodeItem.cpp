@@ -3,6 +3,7 @@
 #include "BlockCodeScene.h"
 #include "BlockPinItem.h"
 #include "ConnectionItem.h"
+#include "SceneMetrics.h"
 
 #include <QGraphicsScene>
 #include <QGraphicsSceneMouseEvent>
@@ -20,7 +21,6 @@ const QRectF NodeRect(-100.0, -100.0, 200.0, 200.0);
 // Marks sit in the middle, clear of the selection square around them.
 const QRectF MarkRect = NodeRect.adjusted(50.0, 50.0, -50.0, -50.0);
 // A node dragged alone snaps to half a model unit.
-constexpr qreal NodeRaster = 500.0;
 
 enum DragState { Idle = 0, Pressed = 1, Dragging = 2 };
 
@@ -79,8 +79,8 @@ QPointF ConnectionNodeItemPrivate::snapped(QPointF p) const
     }
 
     if (alone) {
-        p.setX(std::trunc(p.x() / NodeRaster + 0.5) * NodeRaster);
-        p.setY(std::trunc(p.y() / NodeRaster + 0.5) * NodeRaster);
+        p.setX(std::trunc(p.x() / SceneRaster::Node + 0.5) * SceneRaster::Node);
+        p.setY(std::trunc(p.y() / SceneRaster::Node + 0.5) * SceneRaster::Node);
     } else {
         const QPointF current = q->pos();
         p.setX(std::round((p.x() - current.x()) / BlockCodeScene::ModelUnit) * BlockCodeScene::ModelUnit + current.x());
@@ -160,7 +160,7 @@ ConnectionNodeItem::ConnectionNodeItem(ConnectionItem* pConnectionItem)
     if (pConnectionItem->isEditable())
         flags |= ItemIsMovable;
     setFlags(flags);
-    setZValue(1.1);
+    setZValue(SceneZ::ConnectionNode);
     setParentItem(pConnectionItem);
 }
 
@@ -294,10 +294,10 @@ QVariant ConnectionNodeItem::itemChange(GraphicsItemChange change, const QVarian
         break;
     case ItemSelectedHasChanged:
         if (value.toBool()) {
-            setZValue(2.1);
+            setZValue(SceneZ::SelectedConnectionNode);
         } else {
             d->dragState = Idle;
-            setZValue(1.1);
+            setZValue(SceneZ::ConnectionNode);
         }
         d->connectionItem->refreshGeometry();
         break;

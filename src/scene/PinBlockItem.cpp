@@ -3,6 +3,7 @@
 #include "AccessLevel.h"
 #include "BlockCodeScene.h"
 #include "BlockInstance.h"
+#include "SceneMetrics.h"
 
 #include <QColor>
 #include <QPainter>
@@ -15,8 +16,6 @@
 
 namespace {
 
-constexpr qreal BodyInset = 50.0;
-constexpr qreal TextMargin = 50.0;
 // The outgoing kind points into the block from the left; every other value points out to the right.
 constexpr int OutgoingDirection = 2;
 
@@ -81,7 +80,7 @@ void PinBlockItem::paint(QPainter* painter, const QStyleOptionGraphicsItem* opti
     if (option->state & QStyle::State_Selected)
         background = background.darker(120);
 
-    const QRectF body = rect().adjusted(0, BodyInset, 0, -BodyInset);
+    const QRectF body = rect().adjusted(0, SceneInset::BlockBody, 0, -SceneInset::BlockBody);
     QRectF textRect = body;
     const qreal h = body.height();
     const qreal centreY = body.center().y();
@@ -112,7 +111,7 @@ void PinBlockItem::paint(QPainter* painter, const QStyleOptionGraphicsItem* opti
     }
 
     painter->setFont(font());
-    textRect.adjust(TextMargin, TextMargin, -TextMargin, -TextMargin);
+    textRect.adjust(SceneInset::BlockText, SceneInset::BlockText, -SceneInset::BlockText, -SceneInset::BlockText);
     const QString label = QString::number(d->number) + QLatin1Char(':') + d->name;
     if (AccessLevel::reached(AccessLevel::Top)) {
         painter->drawText(textRect, Qt::AlignTop, label);

@@ -5,6 +5,7 @@
 #include "BlockInstanceHierarchyNode.h"
 #include "BlockItem.h"
 #include "BlockPinItem.h"
+#include "SceneMetrics.h"
 #include "SignalLabel.h"
 #include "SignalLabelItem.h"
 
@@ -80,7 +81,7 @@ SignalLabelHostItem::SignalLabelHostItem(BlockPinItem* pPinItem)
     // Set up before it joins its pin: outside a scene a setter costs nothing but the value.
     d->pinItem = pPinItem;
     setFlag(ItemSendsScenePositionChanges);
-    setZValue(3.2);
+    setZValue(SceneZ::SignalLabelHost);
     setAcceptHoverEvents(true);
     setRect(-75.0, -75.0, 150.0, 150.0);
     // Every pin makes a host: one pen serves them all.

@@ -2,6 +2,7 @@
 
 #include "BlockCodeScene.h"
 #include "BlockItem.h"
+#include "SceneMetrics.h"
 #include "SignalLabel.h"
 #include "SignalLabelHostItem.h"
 
@@ -20,7 +21,6 @@
 
 namespace {
 
-constexpr qreal LabelRaster = 250.0;
 constexpr qreal LabelHeight = 1000.0;
 constexpr qreal MinimumTextWidth = 3000.0;
 constexpr qreal WidthStep = 500.0;
@@ -64,11 +64,11 @@ SignalLabelItem::SignalLabelItem(SignalLabel* pLabel, SignalLabelHostItem* pHost
     d->label = pLabel;
     d->host = pHost;
     setFlags(ItemIsMovable | ItemIsSelectable | ItemSendsGeometryChanges | ItemSendsScenePositionChanges);
-    setZValue(3.1);
+    setZValue(SceneZ::SignalLabel);
     setAcceptHoverEvents(true);
 
     d->leaderLine = new QGraphicsLineItem(this);
-    d->leaderLine->setZValue(3.0);
+    d->leaderLine->setZValue(SceneZ::SignalLabelLeader);
     d->leaderLine->setFlag(ItemStacksBehindParent);
     d->leaderLine->setPen(cosmeticBlackPen());
 
@@ -195,8 +195,8 @@ QVariant SignalLabelItem::itemChange(GraphicsItemChange change, const QVariant& 
         // Labels sit on a finer raster than blocks (1000) and nodes (500), so they can be placed
         // between the rows of pins.
         QPointF p = value.toPointF();
-        p.setX(std::round(p.x() / LabelRaster) * LabelRaster);
-        p.setY(std::round(p.y() / LabelRaster) * LabelRaster);
+        p.setX(std::round(p.x() / SceneRaster::Label) * SceneRaster::Label);
+        p.setY(std::round(p.y() / SceneRaster::Label) * SceneRaster::Label);
         const QPointF hostPos = d->hostScenePos();
         d->leaderLine->setLine(QLineF(LeaderLineAnchor, hostPos - p));
         if (d->label)

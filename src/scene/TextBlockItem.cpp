@@ -6,6 +6,7 @@
 #include "BlockInstance.h"
 #include "BlockSymbol.h"
 #include "BlockTextLayout.h"
+#include "SceneMetrics.h"
 
 #include <QColor>
 #include <QFontMetrics>
@@ -19,8 +20,6 @@
 namespace {
 
 // The box stands this far inside the item at top and bottom, as a plain block's body does.
-constexpr qreal BodyInset = 50.0;
-constexpr qreal TextMargin = 50.0;
 // Room on the right for the version text at the top right.
 constexpr qreal VersionWidthMargin = 600.0;
 constexpr qreal PlainWidthMargin = 100.0;
@@ -96,28 +95,28 @@ void TextBlockItem::paint(QPainter* painter, const QStyleOptionGraphicsItem* opt
         return;
     }
     painter->save();
-    const QRectF box = rect().adjusted(0, BodyInset, 0, -BodyInset);
+    const QRectF box = rect().adjusted(0, SceneInset::BlockBody, 0, -SceneInset::BlockBody);
     if (!BlockTextLayout::paintBox(painter, option, box, font())) {
         painter->restore();
         return;
     }
     const QFontMetrics metrics(painter->font(), painter->device());
 
-    painter->drawText(box.adjusted(TextMargin, TextMargin, -TextMargin, -TextMargin), d->text, QTextOption());
+    painter->drawText(box.adjusted(SceneInset::BlockText, SceneInset::BlockText, -SceneInset::BlockText, -SceneInset::BlockText), d->text, QTextOption());
 
     // Only a single-line box has room for the number beside its text.
     if (AccessLevel::reached(AccessLevel::Top) && !d->text.contains(QLatin1Char('\n'))) {
-        painter->drawText(QPointF(box.left() + TextMargin, box.bottom() - 80),
+        painter->drawText(QPointF(box.left() + SceneInset::BlockText, box.bottom() - 80),
                           instance->numberText() + QStringLiteral(" (%1)").arg(identifier()));
     }
 
     painter->drawText(
-        QPointF(box.right() - TextMargin - metrics.boundingRect(d->runtimeText).width(), box.bottom() - 80),
+        QPointF(box.right() - SceneInset::BlockText - metrics.boundingRect(d->runtimeText).width(), box.bottom() - 80),
         d->runtimeText);
 
     if (instance->isVersionVisible()) {
         const QString version = QStringLiteral("V") + QString::number(instance->version());
-        painter->drawText(QPointF(box.right() - TextMargin - metrics.boundingRect(version).width(),
+        painter->drawText(QPointF(box.right() - SceneInset::BlockText - metrics.boundingRect(version).width(),
                                   box.top() + 20 + metrics.ascent()),
                           version);
     }

@@ -4,6 +4,7 @@
 #include "OverviewBackgroundItem.h"
 #include "OverviewScene.h"
 #include "OverviewViewportItem.h"
+#include "SceneMetrics.h"
 
 #include <QBrush>
 #include <QGraphicsItem>
@@ -13,14 +14,6 @@
 #include <QMouseEvent>
 #include <QScrollBar>
 #include <QTransform>
-
-namespace {
-
-// Items at or below this layer (the scene's background and its edit grid) span the whole scene and
-// say nothing about where the code is.
-constexpr qreal ContentZFloor = -9999.0;
-
-} // namespace
 
 OverviewFrame::OverviewFrame(QWidget* parent)
     : QFrame(parent)
@@ -98,7 +91,7 @@ QRectF OverviewFrame::itemsRect() const
         return united;
     const QList<QGraphicsItem*> all = scene->items();
     for (const QGraphicsItem* item : all) {
-        if (item->zValue() > ContentZFloor)
+        if (item->zValue() > SceneZ::GridSheet)
             united = united.united(item->mapRectToScene(item->boundingRect()));
     }
     return united;

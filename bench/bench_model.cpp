@@ -1,6 +1,7 @@
 // Costs of the block model on synthetic codes: building, the text form, the clipboard, project
 // files and the hierarchy. The floor beside each figure is the nearest work a bare toolkit does:
 // the same number of QObjects, the same JSON through QJsonDocument, the same bytes split in lines.
+#include "BenchProject.h"
 #include "BenchTable.h"
 
 #include "Block.h"
@@ -23,25 +24,13 @@
 
 namespace {
 
-struct Fixture
+struct Fixture : BenchProject
 {
-    std::unique_ptr<Project> project;
-    BlockDefinition* andDef = nullptr;
     BlockDefinition* composite = nullptr;
-    BlockInstanceArea* area = nullptr;
 
     Fixture()
     {
-        project.reset(Project::createEmpty());
-        area = project->areas().first();
-        auto* container = new BlockLibraryContainer(QStringLiteral("1"), 0, Text(LanguageManager::German, QStringLiteral("Standard")));
-        project->addContainer(container);
-        using ModelBuilder::PinSpec;
-        Block* andBlock = ModelBuilder::primitive(container->library(), QStringLiteral("StandardBlock_1"), QStringLiteral("UND"),
-                                                  {{QStringLiteral("E1")}, {QStringLiteral("E2")}}, {{QStringLiteral("A")}},
-                                                  QStringLiteral("and"));
-        andDef = andBlock->blockDefinition(0);
-        Block* sub = ModelBuilder::composite(container->library(), QStringLiteral("StandardBlock_2"), QStringLiteral("Gruppe"),
+        Block* sub = ModelBuilder::composite(standard->library(), QStringLiteral("StandardBlock_2"), QStringLiteral("Gruppe"),
                                              {{QStringLiteral("E")}}, {{QStringLiteral("A")}});
         composite = sub->blockDefinition(0);
         for (int i = 0; i < 4; ++i)

@@ -11,6 +11,7 @@
 // over the same instances and their pins, recursing into the codes of the blocks, that reads each
 // pin's connections and initial value as the checks would, and collects nothing.
 //   QT_QPA_PLATFORM=offscreen ./build/bench/bench_overview [sizes...]
+#include "BenchProject.h"
 #include "BenchTable.h"
 
 #include "Block.h"
@@ -42,31 +43,18 @@ namespace {
 
 constexpr int Runs = 11;
 
-struct Fixture
+struct Fixture : BenchProject
 {
-    std::unique_ptr<Project> project;
-    BlockDefinition* andDef = nullptr;
     BlockDefinition* compositeDef = nullptr;
-    BlockInstanceArea* area = nullptr;
 
     Fixture()
     {
-        project.reset(Project::createEmpty());
-        area = project->areas().first();
-        auto* container = new BlockLibraryContainer(QStringLiteral("1"), 0, Text(LanguageManager::German, QStringLiteral("Standard")));
-        project->addContainer(container);
-        Block* andBlock = ModelBuilder::primitive(container->library(), QStringLiteral("StandardBlock_1"), QStringLiteral("UND"),
-                                                  {{QStringLiteral("E1")}, {QStringLiteral("E2")}}, {{QStringLiteral("A")}},
-                                                  QStringLiteral("and"));
-        andDef = andBlock->blockDefinition(0);
-        Block* composite = ModelBuilder::composite(container->library(), QStringLiteral("StandardBlock_20"), QStringLiteral("Regler"),
+        Block* composite = ModelBuilder::composite(standard->library(), QStringLiteral("StandardBlock_20"), QStringLiteral("Regler"),
                                                    {{QStringLiteral("E1")}, {QStringLiteral("E2")}}, {{QStringLiteral("A")}});
         compositeDef = composite->blockDefinition(0);
         ModelBuilder::place(compositeDef->code(), andDef, {0, 0});
         project->activate();
     }
-
-    BlockCode* code() const { return area->rootDefinition()->code(); }
 
     // N blocks on a raster of 12 by 6 model units, 80 to a row; every block but the first takes one
     // connection from the one before.

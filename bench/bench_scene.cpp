@@ -5,6 +5,7 @@
 // program would do. The floor items draw outlines only: block and pin texts have no plain
 // counterpart in a tree of the same shape.
 //   QT_QPA_PLATFORM=offscreen ./build/bench/bench_scene [sizes...]
+#include "BenchProject.h"
 #include "BenchTable.h"
 
 #include "Block.h"
@@ -76,26 +77,10 @@ struct Layout
 };
 constexpr qreal TextZoom = BlockCodeScene::DetailThreshold / ViewScale;
 
-struct Fixture
+struct Fixture : BenchProject
 {
-    std::unique_ptr<Project> project;
-    BlockDefinition* andDef = nullptr;
-    BlockInstanceArea* area = nullptr;
+    Fixture() { project->activate(); }
 
-    Fixture()
-    {
-        project.reset(Project::createEmpty());
-        area = project->areas().first();
-        auto* container = new BlockLibraryContainer(QStringLiteral("1"), 0, Text(LanguageManager::German, QStringLiteral("Standard")));
-        project->addContainer(container);
-        Block* andBlock = ModelBuilder::primitive(container->library(), QStringLiteral("StandardBlock_1"), QStringLiteral("UND"),
-                                                  {{QStringLiteral("E1")}, {QStringLiteral("E2")}}, {{QStringLiteral("A")}},
-                                                  QStringLiteral("and"));
-        andDef = andBlock->blockDefinition(0);
-        project->activate();
-    }
-
-    BlockCode* code() const { return area->rootDefinition()->code(); }
     BlockInstanceHierarchyNode* root() const { return area->hierarchy()->rootNode(); }
 
     Layout layout;

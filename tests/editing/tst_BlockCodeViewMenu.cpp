@@ -1,5 +1,6 @@
 #include "../scene/SceneTestSupport.h"
 #include "TestModel.h"
+#include "PlainCodeView.h"
 #include "TestRegistry.h"
 
 #include "Block.h"
@@ -46,15 +47,12 @@
 namespace {
 
 // A code view that says what it is told and records what the menu asks of it.
-class MenuView : public BlockCodeView
+class MenuView : public PlainCodeView
 {
 public:
-    using BlockCodeView::BlockCodeView;
+    using PlainCodeView::PlainCodeView;
 
     bool isReadOnly() const override { return readOnly; }
-    bool isBlockDefinitionEditMode() const override { return false; }
-    bool isEditAllowed() const override { return false; }
-    bool isStepInAllowed() const override { return false; }
     bool isStepOutAllowed() const override { return stepOutAllowed; }
     QString currentPath() const override { return path; }
     bool setReadOnly(bool value) override
@@ -77,7 +75,6 @@ public:
         ++stepOuts;
         return false;
     }
-    bool scrollToItem(uint, bool) override { return false; }
     void showBlockProperties() override { ++properties; }
 
     bool readOnly = true;

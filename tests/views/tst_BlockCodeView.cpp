@@ -1,3 +1,4 @@
+#include "PlainCodeView.h"
 #include "TestRegistry.h"
 
 #include "BlockCodeView.h"
@@ -29,40 +30,23 @@
 namespace {
 
 // The smallest concrete code view: it says what it is told and counts what it is asked to do.
-class TestCodeView : public BlockCodeView
+class TestCodeView : public PlainCodeView
 {
 public:
-    using BlockCodeView::BlockCodeView;
+    using PlainCodeView::PlainCodeView;
 
     bool isReadOnly() const override { return readOnly; }
-    bool isBlockDefinitionEditMode() const override { return false; }
-    bool isEditAllowed() const override { return false; }
-    bool isStepInAllowed() const override { return false; }
     bool isStepOutAllowed() const override { return stepOutAllowed; }
-    QString currentPath() const override { return QString(); }
     bool setReadOnly(bool value) override
     {
         readOnly = value;
         return true;
-    }
-    bool navigateTo(const QString& path) override
-    {
-        Q_UNUSED(path)
-        return false;
     }
     bool stepInSelectedBlock() override
     {
         ++stepInCalls;
         return stepInResult;
     }
-    bool stepOut() override { return false; }
-    bool scrollToItem(uint identifier, bool selectItem) override
-    {
-        Q_UNUSED(identifier)
-        Q_UNUSED(selectItem)
-        return false;
-    }
-    void showBlockProperties() override {}
 
     bool readOnly = true;
     bool stepOutAllowed = false;

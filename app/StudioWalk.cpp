@@ -12,6 +12,7 @@
 #include "HierarchyNodeEditor.h"
 #include "OverviewFrame.h"
 #include "OverviewViewportItem.h"
+#include "SceneMetrics.h"
 
 #include "Block.h"
 #include "BlockCheckIssueTracker.h"
@@ -160,7 +161,7 @@ StudioWalk::StudioWalk(StudioWindow* window, const QString& directory)
                  if (action->text() == QStringLiteral("Wert") && action->isEnabled()) {
                      action->trigger();
                      auto* scene = qobject_cast<BlockHierarchyNodeScene*>(m_window->activeCodeView()->scene());
-                     return scene && scene->pinDisplayMode() == 3;
+                     return scene && scene->pinDisplayMode() == PinDisplay::CurrentValue;
                  }
              }
              return false;

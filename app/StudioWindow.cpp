@@ -7,6 +7,7 @@
 #include "BlockCodeView.h"
 #include "BlockHierarchyNodeScene.h"
 #include "LibraryBlockDefinitionSubWindow.h"
+#include "SceneMetrics.h"
 
 #include "Block.h"
 #include "BlockDefinition.h"
@@ -661,8 +662,8 @@ void StudioWindow::rebuildPinMenu()
         values->setEnabled(false);
         return;
     }
-    names->setChecked(scene->pinDisplayMode() == 0);
-    values->setChecked(scene->pinDisplayMode() == 3);
+    names->setChecked(scene->pinDisplayMode() == PinDisplay::Name);
+    values->setChecked(scene->pinDisplayMode() == PinDisplay::CurrentValue);
     // Values exist only while the device runs.
     BlockInstanceArea* area = scene->sceneArea();
     values->setEnabled(area && area->isOnline());

@@ -24,6 +24,7 @@
 #include "ConnectionItem.h"
 #include "ConnectionNodeItem.h"
 #include "Locator.h"
+#include "SceneMetrics.h"
 #include "SignalLabelItem.h"
 
 #include <QAction>
@@ -182,16 +183,16 @@ void BlockCodeViewMenuPrivate::addEditActions()
         }
         QAction* current = nullptr;
         switch (nodeScene->pinDisplayMode()) {
-        case 0:
+        case PinDisplay::Name:
             current = name;
             break;
-        case 1:
+        case PinDisplay::LocationPath:
             current = path;
             break;
-        case 2:
+        case PinDisplay::MemoryAddress:
             current = address;
             break;
-        case 3:
+        case PinDisplay::CurrentValue:
             current = value;
             break;
         default:
@@ -364,9 +365,9 @@ void BlockCodeViewMenu::prepare(const QPoint& globalPosition)
         d->nodeItem = scene->connectionNodeItemAt(d->position);
         d->signalLabelItem = scene->signalLabelItemAt(d->position);
         d->selectedBlocks = scene->selectedBlockItems();
-        connect(d, SIGNAL(needToShowInHierarchyView(QString)), view, SIGNAL(needToShowInHierarchyView(QString)),
+        connect(d.get(), SIGNAL(needToShowInHierarchyView(QString)), view, SIGNAL(needToShowInHierarchyView(QString)),
                 Qt::UniqueConnection);
-        connect(d, SIGNAL(needToShowInLibraryView(BlockDefinition*)), view,
+        connect(d.get(), SIGNAL(needToShowInLibraryView(BlockDefinition*)), view,
                 SIGNAL(needToShowInLibraryView(BlockDefinition*)), Qt::UniqueConnection);
     }
 
@@ -387,7 +388,7 @@ void BlockCodeViewMenu::prepare(const QPoint& globalPosition)
         // area reaches into it.
     } else if (d->connectionItem) {
         d->connectionItem->addContextMenuActions(this);
-        QAction* remove = addAction(tr("Verbindung löschen"), d, SLOT(removeSignal()));
+        QAction* remove = addAction(tr("Verbindung löschen"), d.get(), SLOT(removeSignal()));
         remove->setEnabled(!view->isReadOnly());
     } else if (d->signalLabelItem) {
         d->signalLabelItem->addContextMenuActions(this);

@@ -3,6 +3,7 @@
 #include "zkblockview_export.h"
 
 #include <QMenu>
+#include <QScopedPointer>
 
 class BlockCodeView;
 class BlockCodeViewMenuPrivate;
@@ -24,5 +25,5 @@ public:
 
 private:
     friend class BlockCodeViewMenuPrivate;
-    BlockCodeViewMenuPrivate* d;
+    QScopedPointer<BlockCodeViewMenuPrivate> d;
 };

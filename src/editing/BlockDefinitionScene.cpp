@@ -155,7 +155,7 @@ void BlockDefinitionScenePrivate::deleteHighlight()
 
 BlockDefinitionScene::BlockDefinitionScene(BlockCode* pCode)
     : BlockCodeScene(pCode)
-    , d(std::make_unique<BlockDefinitionScenePrivate>(this))
+    , d(new BlockDefinitionScenePrivate(this))
 {
     d->undoStack = new QUndoStack(this);
     d->undoStack->setUndoLimit(UndoLimit);
@@ -630,8 +630,8 @@ void BlockDefinitionScene::mouseMoveEvent(QGraphicsSceneMouseEvent* event)
     for (QGraphicsItem* item : movable)
         (isFreeNode(item) ? nodes : blocks).append(item);
     const double raster = blocks.isEmpty() ? SceneRaster::Node : SceneRaster::Block;
-    double dx = std::round((total.x() - d->accumulatedX) / raster) * raster;
-    double dy = std::round((total.y() - d->accumulatedY) / raster) * raster;
+    double dx = SceneSnap::nearest(total.x() - d->accumulatedX, raster);
+    double dy = SceneSnap::nearest(total.y() - d->accumulatedY, raster);
     BlockDefinitionScenePrivate::clampToOrigin(movable, dx, dy);
     d->moveItemsBy(dx, dy, nodes);
     d->moveItemsBy(dx, dy, blocks);

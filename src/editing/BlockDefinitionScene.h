@@ -3,7 +3,7 @@
 #include "BlockCodeScene.h"
 #include "zkblockview_export.h"
 
-#include <memory>
+#include <QScopedPointer>
 
 class BlockCode;
 class BlockDefinition;
@@ -90,5 +90,5 @@ private:
 
     friend class tst_BlockDefinitionScene;
     friend class BlockDefinitionScenePrivate;
-    std::unique_ptr<BlockDefinitionScenePrivate> d;
+    QScopedPointer<BlockDefinitionScenePrivate> d;
 };

@@ -6,6 +6,7 @@
 #include "BlockInstanceHierarchyNode.h"
 #include "BlockItem.h"
 #include "BlockPinItem.h"
+#include "SceneMetrics.h"
 #include "SignalLabel.h"
 
 #include <QGraphicsSceneDragDropEvent>
@@ -20,7 +21,7 @@
 class BlockHierarchyNodeScenePrivate
 {
 public:
-    int pinDisplayMode = 0;
+    int pinDisplayMode = PinDisplay::Name;
     // Guarded, for the model may delete a definition's code while the scene still listens to it.
     QPointer<BlockCode> connectedCode;
     QMetaObject::Connection codeConnection;
@@ -31,7 +32,7 @@ public:
 
 BlockHierarchyNodeScene::BlockHierarchyNodeScene(BlockInstanceHierarchyNode* pNode)
     : BlockCodeScene(pNode)
-    , d(std::make_unique<BlockHierarchyNodeScenePrivate>())
+    , d(new BlockHierarchyNodeScenePrivate())
 {
 }
 
@@ -130,22 +131,22 @@ int BlockHierarchyNodeScene::pinDisplayMode() const
 
 void BlockHierarchyNodeScene::showPinsName()
 {
-    applyPinDisplayMode(0);
+    applyPinDisplayMode(PinDisplay::Name);
 }
 
 void BlockHierarchyNodeScene::showPinsLocationPath()
 {
-    applyPinDisplayMode(1);
+    applyPinDisplayMode(PinDisplay::LocationPath);
 }
 
 void BlockHierarchyNodeScene::showPinsMemoryAddress()
 {
-    applyPinDisplayMode(2);
+    applyPinDisplayMode(PinDisplay::MemoryAddress);
 }
 
 void BlockHierarchyNodeScene::showPinsCurrentValue()
 {
-    applyPinDisplayMode(3);
+    applyPinDisplayMode(PinDisplay::CurrentValue);
 }
 
 void BlockHierarchyNodeScene::onlineChanged(bool value)

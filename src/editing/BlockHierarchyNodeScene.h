@@ -4,8 +4,7 @@
 #include "zkblockview_export.h"
 
 #include <QList>
-
-#include <memory>
+#include <QScopedPointer>
 
 class BlockCode;
 class BlockHierarchyNodeScenePrivate;
@@ -64,5 +63,5 @@ private:
     void applyPinDisplayMode(int mode);
 
     friend class BlockHierarchyNodeScenePrivate;
-    std::unique_ptr<BlockHierarchyNodeScenePrivate> d;
+    QScopedPointer<BlockHierarchyNodeScenePrivate> d;
 };

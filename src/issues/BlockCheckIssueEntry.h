@@ -4,6 +4,7 @@
 #include "zkblockview_export.h"
 
 #include <QObject>
+#include <QScopedPointer>
 #include <QString>
 
 class BlockCheckIssueEntryPrivate;
@@ -26,5 +27,5 @@ public:
     QString sourceName() const;
 
 private:
-    BlockCheckIssueEntryPrivate* d;
+    QScopedPointer<BlockCheckIssueEntryPrivate> d;
 };

@@ -94,23 +94,22 @@ BlockCheckIssueView::BlockCheckIssueView(QWidget* parent)
     : QWidget(parent)
     , d(new BlockCheckIssueViewPrivate(this))
 {
-    d->tracker = new BlockCheckIssueTracker(d);
+    d->tracker = new BlockCheckIssueTracker(d.get());
     setProperty("HelpId", QStringLiteral("BlockCheckIssueView"));
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     d->widget = new BlockCheckIssueWidget(this);
     layout->addWidget(d->widget);
     d->widget->setUp();
-    connect(d->widget, SIGNAL(needToShow(QString)), d, SLOT(onNeedToShow(QString)));
-    connect(d, &BlockCheckIssueViewPrivate::needToShow, this, &BlockCheckIssueView::needToShow);
-    connect(&System::instance(), SIGNAL(userAccessLevelCodeChanged(quint32,quint32)), d, SLOT(checkForIssues()));
+    connect(d->widget, SIGNAL(needToShow(QString)), d.get(), SLOT(onNeedToShow(QString)));
+    connect(d.get(), &BlockCheckIssueViewPrivate::needToShow, this, &BlockCheckIssueView::needToShow);
+    connect(&System::instance(), SIGNAL(userAccessLevelCodeChanged(quint32,quint32)), d.get(), SLOT(checkForIssues()));
 }
 
 BlockCheckIssueView::~BlockCheckIssueView()
 {
     // The entries go before the widget, which still holds rows that point at them.
-    delete d;
-    d = nullptr;
+    d.reset();
 }
 
 void BlockCheckIssueView::checkForIssues()

@@ -2,6 +2,7 @@
 
 #include "zkblockview_export.h"
 
+#include <QScopedPointer>
 #include <QString>
 #include <QWidget>
 
@@ -34,5 +35,5 @@ public Q_SLOTS:
 
 private:
     friend class BlockCheckIssueViewPrivate;
-    BlockCheckIssueViewPrivate* d;
+    QScopedPointer<BlockCheckIssueViewPrivate> d;
 };

@@ -112,15 +112,15 @@ void BlockCheckIssueWidget::setUp()
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(4);
-    layout->addWidget(d);
+    layout->addWidget(d.get());
     d->setContextMenuPolicy(Qt::CustomContextMenu);
     d->setHeaderLabels({BlockCheckIssueWidgetPrivate::tr("Nummer"), BlockCheckIssueWidgetPrivate::tr("Quelle"),
                         BlockCheckIssueWidgetPrivate::tr("Problem")});
     d->setRootIsDecorated(false);
     d->setSortingEnabled(true);
-    connect(d, &BlockCheckIssueWidgetPrivate::needToShow, this, &BlockCheckIssueWidget::needToShow);
-    connect(d, SIGNAL(itemDoubleClicked(QTreeWidgetItem*,int)), d, SLOT(onItemDoubleClicked(QTreeWidgetItem*,int)));
-    connect(d, SIGNAL(customContextMenuRequested(QPoint)), d, SLOT(onShowContextMenu(QPoint)));
+    connect(d.get(), &BlockCheckIssueWidgetPrivate::needToShow, this, &BlockCheckIssueWidget::needToShow);
+    connect(d.get(), SIGNAL(itemDoubleClicked(QTreeWidgetItem*,int)), d.get(), SLOT(onItemDoubleClicked(QTreeWidgetItem*,int)));
+    connect(d.get(), SIGNAL(customContextMenuRequested(QPoint)), d.get(), SLOT(onShowContextMenu(QPoint)));
 }
 
 void BlockCheckIssueWidget::update()

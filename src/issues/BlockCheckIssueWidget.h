@@ -2,6 +2,7 @@
 
 #include "zkblockview_export.h"
 
+#include <QScopedPointer>
 #include <QString>
 #include <QWidget>
 
@@ -31,5 +32,5 @@ public Q_SLOTS:
 
 private:
     friend class BlockCheckIssueWidgetPrivate;
-    BlockCheckIssueWidgetPrivate* d;
+    QScopedPointer<BlockCheckIssueWidgetPrivate> d;
 };

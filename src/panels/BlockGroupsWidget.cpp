@@ -7,6 +7,7 @@
 #include "BlockRepository.h"
 #include "LanguageManager.h"
 #include "System.h"
+#include "ToolkitWorkarounds.h"
 
 #include <QEvent>
 #include <QKeyEvent>
@@ -83,20 +84,9 @@ void BlockGroupsWidget::setup()
 
 QList<QTreeWidgetItem*> BlockGroupsWidget::allRows() const
 {
-    // Every row, depth first, parents before children. Not findItems("*", MatchWildcard): its
-    // wildcard stops at "/", and a group named "Ein-/Ausgabe" would drop out of the index and come
-    // back as a second row at each update.
-    QList<QTreeWidgetItem*> rows;
-    QList<QTreeWidgetItem*> pending;
-    for (int i = topLevelItemCount() - 1; i >= 0; --i)
-        pending.append(topLevelItem(i));
-    while (!pending.isEmpty()) {
-        QTreeWidgetItem* row = pending.takeLast();
-        rows.append(row);
-        for (int i = row->childCount() - 1; i >= 0; --i)
-            pending.append(row->child(i));
-    }
-    return rows;
+    // A group named "Ein-/Ausgabe" would otherwise drop out of the index and come back as a second
+    // row at each update.
+    return ToolkitWorkarounds::allRows(this);
 }
 
 BlockLibraryContainer* BlockGroupsWidget::containerOfRow(const QTreeWidgetItem* row) const

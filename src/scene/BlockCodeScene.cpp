@@ -17,10 +17,13 @@
 #include "MagicBlockItem.h"
 #include "ModelEnums.h"
 #include "PinBlockItem.h"
+#include "SceneItemIndex.h"
 #include "SceneMetrics.h"
+#include "SceneRebuild.h"
 #include "SignalLabelHostItem.h"
 #include "SignalLabelItem.h"
 #include "TextBlockItem.h"
+#include "ToolkitWorkarounds.h"
 
 #include <QClipboard>
 #include <QGraphicsRectItem>
@@ -31,63 +34,11 @@
 #include <QMetaObject>
 #include <QMimeData>
 #include <QPen>
-#include <QPointer>
 #include <QSet>
 #include <QTransform>
 
-namespace {
-
-// Block items by a key that almost always has one item: a plain hash for the first item of each
-// key, and the rare further items of a key beside it.
-template <typename Key>
-class BlockItemIndex
-{
-public:
-    void insert(Key key, BlockItem* item)
-    {
-        if (m_first.contains(key))
-            m_more.insert(key, item);
-        else
-            m_first.insert(key, item);
-    }
-
-    void remove(Key key, BlockItem* item)
-    {
-        auto it = m_first.find(key);
-        if (it != m_first.end() && it.value() == item) {
-            auto more = m_more.find(key);
-            if (more != m_more.end()) {
-                it.value() = more.value();
-                m_more.erase(more);
-            } else {
-                m_first.erase(it);
-            }
-        } else {
-            m_more.remove(key, item);
-        }
-    }
-
-    bool isShared(Key key) const { return m_more.contains(key); }
-    bool anyShared() const { return !m_more.isEmpty(); }
-    BlockItem* first(Key key) const { return m_first.value(key); }
-    const QHash<Key, BlockItem*>& firsts() const { return m_first; }
-
-    QList<BlockItem*> all(Key key) const
-    {
-        QList<BlockItem*> items;
-        if (BlockItem* item = m_first.value(key))
-            items.append(item);
-        for (auto it = m_more.constFind(key); it != m_more.cend() && it.key() == key; ++it)
-            items.append(it.value());
-        return items;
-    }
-
-private:
-    QHash<Key, BlockItem*> m_first;
-    QMultiHash<Key, BlockItem*> m_more;
-};
-
-} // namespace
+#include <algorithm>
+#include <utility>
 
 class BlockCodeScenePrivate
 {
@@ -124,28 +75,11 @@ public:
         return nullptr;
     }
 
-    // Items hold the model's objects through guarded pointers, and every update asks each guard
-    // whether its object still lives. The toolkit gives each object its guard block when the
-    // first guarded pointer to it is made; made here, in one go for the whole code before the
-    // items exist, the blocks lie together in memory instead of scattered between the items, and
-    // an update walks them in order instead of missing the cache at every one.
-    static void gatherGuards(const QList<BlockInstance*>& instances, const QList<BlockPinConnection*>& connections)
-    {
-        for (BlockInstance* instance : instances) {
-            const QPointer<QObject> guard(instance);
-            const QList<BlockPinInstance*> pins = instance->pins();
-            for (BlockPinInstance* pin : pins)
-                const QPointer<QObject> pinGuard(pin);
-        }
-        for (BlockPinConnection* connection : connections)
-            const QPointer<QObject> guard(connection);
-    }
-
     // What blockItemMap() answers, by hash: one item per identifier, the back-most of several.
     QHash<unsigned int, BlockItem*> blockItemsByIdentifier() const
     {
-        if (!byIdentifier.anyShared())
-            return byIdentifier.firsts();
+        if (!index.byIdentifier().anyShared())
+            return index.byIdentifier().firsts();
         QHash<unsigned int, BlockItem*> result;
         const QMap<unsigned int, BlockItem*> map = q->blockItemMap();
         for (auto m = map.cbegin(); m != map.cend(); ++m)
@@ -159,9 +93,9 @@ public:
     QHash<BlockPinConnection*, ConnectionItem*> connectionItemsByConnection(QList<ConnectionItem*>* leftOver) const
     {
         QHash<BlockPinConnection*, ConnectionItem*> result;
-        result.reserve(connectionItems.size());
+        result.reserve(index.connections().size());
         bool shared = false;
-        for (ConnectionItem* item : connectionItems) {
+        for (ConnectionItem* item : index.connections()) {
             BlockPinConnection* connection = item->pinConnection();
             if (!connection) {
                 leftOver->append(item);
@@ -187,41 +121,15 @@ public:
     }
 
     BlockCodeScene* q;
-    QList<BlockItem*> pendingDeleteItems;
     QGraphicsRectItem* background = nullptr;
-    // Connection items look up the block of each pin end. A scan of all items per look-up would make
-    // a rebuild quadratic in the number of blocks, so the block items of this scene are also kept
-    // here by identifier and by instance; a look-up with several candidates falls back to the scan,
-    // so the front-most item wins exactly as the scan would have it.
-    BlockItemIndex<unsigned int> byIdentifier;
-    BlockItemIndex<const BlockInstance*> byInstance;
-    // The connection items of this scene. A rebuild pairs each connection of the code with its
-    // item; sorting all items of the scene for that would cost more than the rest of an update.
-    QSet<ConnectionItem*> connectionItems;
-    // The selected block items of this scene, kept in step by the items' own selection changes.
-    // The scene announces every single change (a select-all announces each item), and a scan of
-    // the selection per announcement would make selecting everything quadratic.
-    QSet<BlockItem*> selectedBlocks;
-    // Whether some selected item is not a connection node: -1 until asked after the last change
-    // of the selection. Each moving node asks; selectionChanged() announces every change.
-    int otherThanNodesSelected = -1;
-    // The host taken out of the toolkit's list of scene position followers for a move, and whether
-    // a queued call to put it back is on its way.
-    QPointer<SignalLabelHostItem> suspendedHost;
-    bool resumeQueued = false;
-    // While a rebuild runs: it repaints the whole scene at its end, so single items need not ask
-    // for it; and tool tip texts of definitions, as the model can't change meanwhile.
-    bool rebuilding = false;
-    QHash<const BlockDefinition*, QString> definitionToolTips;
-    // While a rebuild pairs the connections: every instance of the code has its item, and every
-    // item of a living instance has its pins from this very update. An instance's only item is
-    // then its own, and a pin index can't hold a pin that went.
-    bool blocksSettled = false;
+    SceneItemIndex index;
+    ToolkitWorkarounds::ScenePositionWalkPause walkPause;
+    SceneRebuild* running = nullptr;
 };
 
 BlockCodeScene::BlockCodeScene(QObject* parent)
     : QGraphicsScene(parent)
-    , d(std::make_unique<BlockCodeScenePrivate>(this))
+    , d(new BlockCodeScenePrivate(this))
 {
     setSceneRect(SceneOrigin, SceneOrigin, SceneExtent, SceneExtent);
     // Scenes are rebuilt and repainted often; a spatial index would cost more than it saves.
@@ -241,111 +149,38 @@ BlockCodeScene::~BlockCodeScene()
     // must not reach this class's slot.
     disconnect(this, &QGraphicsScene::selectionChanged, this, &BlockCodeScene::onSelectionChanged);
     // Pending items are still scene items: the base class deletes them with all others.
-    d->pendingDeleteItems.clear();
+    d->index.pendingDelete().clear();
 }
 
-void BlockCodeScene::registerBlockItem(BlockItem* item)
+SceneItemIndex& BlockCodeScene::itemIndex()
 {
-    d->byIdentifier.insert(item->identifier(), item);
-    d->byInstance.insert(item->blockInstance(), item);
-    if (item->isSelected()) {
-        d->selectedBlocks.insert(item);
-        d->otherThanNodesSelected = -1;
-    }
+    return d->index;
 }
 
-void BlockCodeScene::unregisterBlockItem(BlockItem* item, const BlockInstance* instance)
+ToolkitWorkarounds::ScenePositionWalkPause& BlockCodeScene::scenePositionWalkPause()
 {
-    d->byIdentifier.remove(item->identifier(), item);
-    d->byInstance.remove(instance, item);
-    if (d->selectedBlocks.remove(item))
-        d->otherThanNodesSelected = -1;
-    d->pendingDeleteItems.removeAll(item);
+    return d->walkPause;
 }
 
-void BlockCodeScene::blockItemSelectionChanging(BlockItem* item, bool selected)
+SceneRebuild* BlockCodeScene::runningRebuild() const
 {
-    // Called before the scene announces the change, so that the announcement finds it done.
-    if (selected)
-        d->selectedBlocks.insert(item);
-    else
-        d->selectedBlocks.remove(item);
-    d->otherThanNodesSelected = -1;
-}
-
-void BlockCodeScene::registerConnectionItem(ConnectionItem* item)
-{
-    d->connectionItems.insert(item);
-}
-
-void BlockCodeScene::unregisterConnectionItem(ConnectionItem* item)
-{
-    d->connectionItems.remove(item);
-}
-
-void BlockCodeScene::suspendScenePositionWalk(SignalLabelHostItem* standIn)
-{
-    resumeScenePositionWalk();
-    d->suspendedHost = standIn;
-    standIn->setFlag(QGraphicsItem::ItemSendsScenePositionChanges, false);
-    // Whoever blocked the signals may return to the event loop without an update.
-    if (!d->resumeQueued) {
-        d->resumeQueued = true;
-        QMetaObject::invokeMethod(this, [this]() {
-            d->resumeQueued = false;
-            resumeScenePositionWalk();
-        }, Qt::QueuedConnection);
-    }
-}
-
-QString BlockCodeScene::definitionToolTip(const BlockDefinition* definition)
-{
-    if (!definition)
-        return QString();
-    if (!d->rebuilding)
-        return definition->toolTipText();
-    auto it = d->definitionToolTips.find(definition);
-    if (it == d->definitionToolTips.end())
-        it = d->definitionToolTips.insert(definition, definition->toolTipText());
-    return it.value();
-}
-
-bool BlockCodeScene::repaintsWhole() const
-{
-    return d->rebuilding;
-}
-
-SignalLabelHostItem* BlockCodeScene::suspendedScenePositionWalk() const
-{
-    return d->suspendedHost.data();
-}
-
-void BlockCodeScene::resumeScenePositionWalk()
-{
-    if (!d->suspendedHost)
-        return;
-    SignalLabelHostItem* host = d->suspendedHost.data();
-    d->suspendedHost = nullptr;
-    host->setFlag(QGraphicsItem::ItemSendsScenePositionChanges, true);
+    return d->running;
 }
 
 bool BlockCodeScene::selectionHoldsOtherThanNodes()
 {
     // A selected block answers at once; that spares the scan while blocks of a large selection
     // go one by one (a scene torn down), each of which would call for it anew.
-    if (!d->selectedBlocks.isEmpty())
+    if (!d->index.selectedBlocks().isEmpty())
         return true;
-    if (d->otherThanNodesSelected < 0) {
-        d->otherThanNodesSelected = 0;
+    if (!d->index.otherThanNodesKnown()) {
         const QList<QGraphicsItem*> selected = selectedItems();
-        for (QGraphicsItem* item : selected) {
-            if (!dynamic_cast<ConnectionNodeItem*>(item)) {
-                d->otherThanNodesSelected = 1;
-                break;
-            }
-        }
+        const bool other = std::any_of(selected.cbegin(), selected.cend(), [](QGraphicsItem* item) {
+            return !dynamic_cast<ConnectionNodeItem*>(item);
+        });
+        d->index.setOtherThanNodesSelected(other);
     }
-    return d->otherThanNodesSelected == 1;
+    return d->index.otherThanNodesSelected();
 }
 
 QGraphicsRectItem* BlockCodeScene::backgroundItem() const
@@ -355,7 +190,7 @@ QGraphicsRectItem* BlockCodeScene::backgroundItem() const
 
 QList<BlockItem*> BlockCodeScene::pendingDeleteItems() const
 {
-    return d->pendingDeleteItems;
+    return d->index.pendingDelete();
 }
 
 BlockInstanceArea* BlockCodeScene::areaOf(const BlockInstanceHierarchyNode* pNode)
@@ -373,7 +208,7 @@ BlockInstanceArea* BlockCodeScene::sceneArea() const
 
 void BlockCodeScene::rebuild()
 {
-    resumeScenePositionWalk();
+    d->walkPause.resume();
     BlockCode* code = blockCode();
     if (!code)
         return;
@@ -391,8 +226,10 @@ void BlockCodeScene::rebuild()
     const QList<BlockInstance*> instances = code->instances();
     const QList<BlockPinConnection*> connections = code->connections();
     if (oldBlocks.isEmpty())
-        d->gatherGuards(instances, connections);
-    d->rebuilding = true;
+        ToolkitWorkarounds::gatherGuards(instances, connections);
+    SceneRebuild run;
+    SceneRebuild* const outer = std::exchange(d->running, &run);
+    QList<BlockItem*>& pendingDelete = d->index.pendingDelete();
 
     for (BlockInstance* instance : instances) {
         BlockItem* existing = oldBlocks.take(instance->identifier());
@@ -400,8 +237,8 @@ void BlockCodeScene::rebuild()
             existing->updateFromInstance();
             continue;
         }
-        if (existing && !d->pendingDeleteItems.contains(existing))
-            d->pendingDeleteItems.append(existing);
+        if (existing && !pendingDelete.contains(existing))
+            pendingDelete.append(existing);
         switch (instance->blockType()) {
         case BlockTypeText:
             new TextBlockItem(this, instance);
@@ -426,8 +263,7 @@ void BlockCodeScene::rebuild()
         std::sort(gone.begin(), gone.end());
         for (unsigned int identifier : std::as_const(gone))
             delete oldBlocks.value(identifier);
-        const QList<BlockItem*> pending = d->pendingDeleteItems;
-        d->pendingDeleteItems.clear();
+        const QList<BlockItem*> pending = std::exchange(pendingDelete, {});
         for (BlockItem* item : pending)
             delete item;
     }
@@ -436,7 +272,7 @@ void BlockCodeScene::rebuild()
     // leave the connection items alone, so they are paired now, next to their use.
     QList<ConnectionItem*> leftOver;
     QHash<BlockPinConnection*, ConnectionItem*> oldConnections = d->connectionItemsByConnection(&leftOver);
-    d->blocksSettled = true;
+    run.settleBlocks();
     for (BlockPinConnection* connection : connections) {
         if (ConnectionItem* existing = oldConnections.take(connection)) {
             existing->updateFromConnection();
@@ -449,11 +285,9 @@ void BlockCodeScene::rebuild()
         delete item;
     qDeleteAll(leftOver);
 
-    d->rebuilding = false;
-    d->blocksSettled = false;
-    d->definitionToolTips.clear();
+    d->running = outer;
     QGraphicsScene::update(QRectF());
-    resumeScenePositionWalk();
+    d->walkPause.resume();
     code->blockChangeSignals(saved);
 }
 
@@ -483,8 +317,9 @@ void BlockCodeScene::updateRequired()
 
 BlockItem* BlockCodeScene::blockItem(unsigned int identifier)
 {
-    if (!d->byIdentifier.isShared(identifier))
-        return d->byIdentifier.first(identifier);
+    const SceneItemIndex::Blocks<unsigned int>& byIdentifier = d->index.byIdentifier();
+    if (!byIdentifier.isShared(identifier))
+        return byIdentifier.first(identifier);
     return d->frontMost([identifier](BlockItem* item) { return item->identifier() == identifier; });
 }
 
@@ -493,15 +328,16 @@ BlockItem* BlockCodeScene::blockItemOf(BlockInstance* pInstance)
     // An item whose instance died matches null; the index cannot know which items those are.
     if (!pInstance)
         return d->frontMost([](BlockItem* item) { return item->blockInstance() == nullptr; });
-    if (!d->byInstance.isShared(pInstance)) {
-        BlockItem* item = d->byInstance.first(pInstance);
+    const SceneItemIndex::Blocks<const BlockInstance*>& byInstance = d->index.byInstance();
+    if (!byInstance.isShared(pInstance)) {
+        BlockItem* item = byInstance.first(pInstance);
         // A key may be the address of a dead instance that a new one now occupies; while a
         // rebuild pairs its connections, the only item of a living instance is its own.
-        if (!item || d->blocksSettled || item->blockInstance() == pInstance)
+        if (!item || (d->running && d->running->blocksSettled()) || item->blockInstance() == pInstance)
             return item;
         return nullptr;
     }
-    QList<BlockItem*> candidates = d->byInstance.all(pInstance);
+    QList<BlockItem*> candidates = byInstance.all(pInstance);
     candidates.erase(std::remove_if(candidates.begin(), candidates.end(),
                                     [pInstance](BlockItem* item) { return item->blockInstance() != pInstance; }),
                      candidates.end());
@@ -516,7 +352,7 @@ BlockPinItem* BlockCodeScene::pinItemOf(BlockPinInstance* pPin)
         return nullptr;
     BlockItem* block = blockItemOf(pPin->owner());
     // While a rebuild pairs its connections, the block has just read its pins.
-    return block ? block->indexedPinItem(pPin->identifier(), d->blocksSettled) : nullptr;
+    return block ? block->indexedPinItem(pPin->identifier(), d->running && d->running->blocksSettled()) : nullptr;
 }
 
 BlockItem* BlockCodeScene::blockItemAt(QPointF scenePos)
@@ -553,8 +389,8 @@ QMap<unsigned int, BlockItem*> BlockCodeScene::blockItemMap()
 {
     QMap<unsigned int, BlockItem*> map;
     // With one item per identifier the stacking order decides nothing, and the index answers.
-    if (!d->byIdentifier.anyShared()) {
-        const QHash<unsigned int, BlockItem*>& firsts = d->byIdentifier.firsts();
+    if (!d->index.byIdentifier().anyShared()) {
+        const QHash<unsigned int, BlockItem*>& firsts = d->index.byIdentifier().firsts();
         for (auto it = firsts.cbegin(), end = firsts.cend(); it != end; ++it)
             map.insert(it.key(), it.value());
         return map;
@@ -582,8 +418,9 @@ QList<BlockItem*> BlockCodeScene::selectedBlockItems()
 {
     QList<BlockItem*> result;
     // Only a selection of several blocks has an order to keep, that of the full list.
-    if (d->selectedBlocks.size() <= 1)
-        return QList<BlockItem*>(d->selectedBlocks.cbegin(), d->selectedBlocks.cend());
+    const QSet<BlockItem*>& selectedBlocks = d->index.selectedBlocks();
+    if (selectedBlocks.size() <= 1)
+        return QList<BlockItem*>(selectedBlocks.cbegin(), selectedBlocks.cend());
     const QList<QGraphicsItem*> all = items(Qt::DescendingOrder);
     for (QGraphicsItem* item : all) {
         auto* block = dynamic_cast<BlockItem*>(item);
@@ -607,7 +444,8 @@ QList<ConnectionItem*> BlockCodeScene::selectedConnectionItems()
 
 BlockItem* BlockCodeScene::selectedBlockItem()
 {
-    return d->selectedBlocks.size() == 1 ? *d->selectedBlocks.cbegin() : nullptr;
+    const QSet<BlockItem*>& selectedBlocks = d->index.selectedBlocks();
+    return selectedBlocks.size() == 1 ? *selectedBlocks.cbegin() : nullptr;
 }
 
 void BlockCodeScene::selectAllItems()
@@ -678,6 +516,6 @@ void BlockCodeScene::keyPressEvent(QKeyEvent* event)
 
 void BlockCodeScene::onSelectionChanged()
 {
-    d->otherThanNodesSelected = -1;
+    d->index.selectionChanged();
     Q_EMIT stepInAllowedChanged(stepInAllowed());
 }

@@ -1,13 +1,13 @@
 #pragma once
 
+#include "ToolkitWorkarounds.h"
 #include "zkblockview_export.h"
 
 #include <QGraphicsScene>
 #include <QList>
 #include <QMap>
 #include <QPointF>
-
-#include <memory>
+#include <QScopedPointer>
 
 class BlockCode;
 class BlockCodeScenePrivate;
@@ -24,6 +24,8 @@ class ConnectionNodeItem;
 class QEvent;
 class QGraphicsRectItem;
 class QKeyEvent;
+class SceneItemIndex;
+class SceneRebuild;
 class SignalLabelHostItem;
 class SignalLabelItem;
 
@@ -83,6 +85,16 @@ public:
     // update in an active scene to be deleted.
     QList<BlockItem*> pendingDeleteItems() const;
 
+    // For the scene's own items, not for its users: the index the items keep in step, the pause of
+    // the toolkit's scene position walk they use while moving, and the rebuild that runs (null
+    // outside one).
+    SceneItemIndex& itemIndex();
+    ToolkitWorkarounds::ScenePositionWalkPause& scenePositionWalkPause();
+    SceneRebuild* runningRebuild() const;
+    // Whether some selected item is not a connection node: a node moving with such a selection
+    // keeps its offset from the raster.
+    bool selectionHoldsOtherThanNodes();
+
 Q_SIGNALS:
     // Declared with a result for the sake of the established interface; nobody reads it.
     bool stepInAllowedChanged(bool value);
@@ -100,34 +112,5 @@ private Q_SLOTS:
 
 private:
     friend class BlockCodeScenePrivate;
-    // Block and connection items announce themselves, and block items their selection, so that
-    // look-ups by identifier, instance or connection and the selection signal need no scan.
-    friend class BlockItemPrivate;
-    friend class BlockPinItemPrivate;
-    friend class ConnectionItemPrivate;
-    friend class ConnectionNodeItemPrivate;
-    void registerBlockItem(BlockItem* item);
-    void unregisterBlockItem(BlockItem* item, const BlockInstance* instance);
-    void blockItemSelectionChanging(BlockItem* item, bool selected);
-    void registerConnectionItem(ConnectionItem* item);
-    void unregisterConnectionItem(ConnectionItem* item);
-    // Whether some selected item is not a connection node: a node moving with such a selection
-    // keeps its offset from the raster.
-    bool selectionHoldsOtherThanNodes();
-    // The toolkit tells the children that follow scene positions (label hosts, connection nodes)
-    // of a moved item by walking all such children of the scene, which makes moving many blocks
-    // quadratic. While the code's change signals are blocked (a group move, an update), a moving
-    // block takes one of its hosts out of that list for the move, which stops the walk, and tells
-    // its own children itself; the host goes back before anything else can move or look.
-    void suspendScenePositionWalk(SignalLabelHostItem* standIn);
-    SignalLabelHostItem* suspendedScenePositionWalk() const;
-    void resumeScenePositionWalk();
-    // The tool tip text of a definition, read once per definition while a rebuild runs: all
-    // instances of one block share it, and the model makes it anew at each call.
-    QString definitionToolTip(const BlockDefinition* definition);
-    // True while a rebuild runs, which ends by repainting the whole scene: an item's own request
-    // for a repaint would only cost.
-    bool repaintsWhole() const;
-
-    std::unique_ptr<BlockCodeScenePrivate> d;
+    QScopedPointer<BlockCodeScenePrivate> d;
 };

@@ -15,8 +15,11 @@
 #include "ParameterDefinition.h"
 #include "ParameterDefinitionSaver.h"
 #include "ParameterText.h"
+#include "SceneItemIndex.h"
 #include "SceneMetrics.h"
+#include "SceneRebuild.h"
 #include "SignalLabelHostItem.h"
+#include "ToolkitWorkarounds.h"
 
 #include <QAction>
 #include <QFontMetrics>
@@ -92,7 +95,6 @@ public:
     QString definitionToolTip(const BlockDefinition* definition) const;
     void prepareMove(const QPointF& target);
     void tellFollowers();
-    static void tellFollowers(QGraphicsItem* item, const SignalLabelHostItem* standIn);
 
     unsigned int identifier = 0;
     BlockCodeScene* scene = nullptr;
@@ -180,23 +182,13 @@ public:
     SymbolRows* symbolRows = nullptr;
 };
 
-namespace {
-
-// Grants the one call that a moved item makes on its children in the toolkit's stead.
-struct FollowerAccess : QGraphicsItem
-{
-    using QGraphicsItem::itemChange;
-};
-
-} // namespace
-
 void BlockItemPrivate::prepareMove(const QPointF& target)
 {
     tellsFollowers = false;
     BlockCodeScene* codeScene = indexingScene();
     if (!codeScene)
         return;
-    codeScene->resumeScenePositionWalk();
+    codeScene->scenePositionWalkPause().resume();
     BlockCode* code = instance ? instance->ownerCode() : nullptr;
     if (target == q->pos() || !code || !code->changeSignalsBlocked())
         return;
@@ -205,7 +197,7 @@ void BlockItemPrivate::prepareMove(const QPointF& target)
         auto* pin = dynamic_cast<BlockPinItem*>(child);
         SignalLabelHostItem* host = pin ? pin->signalLabelHost() : nullptr;
         if (host && (host->flags() & QGraphicsItem::ItemSendsScenePositionChanges)) {
-            codeScene->suspendScenePositionWalk(host);
+            codeScene->scenePositionWalkPause().suspend(host, host, codeScene);
             tellsFollowers = true;
             return;
         }
@@ -216,18 +208,7 @@ void BlockItemPrivate::tellFollowers()
 {
     tellsFollowers = false;
     BlockCodeScene* codeScene = indexingScene();
-    tellFollowers(q, codeScene ? codeScene->suspendedScenePositionWalk() : nullptr);
-}
-
-void BlockItemPrivate::tellFollowers(QGraphicsItem* item, const SignalLabelHostItem* standIn)
-{
-    const auto notify = &FollowerAccess::itemChange;
-    const QList<QGraphicsItem*> children = item->childItems();
-    for (QGraphicsItem* child : children) {
-        if ((child->flags() & QGraphicsItem::ItemSendsScenePositionChanges) || child == standIn)
-            (child->*notify)(QGraphicsItem::ItemScenePositionHasChanged, child->scenePos());
-        tellFollowers(child, standIn);
-    }
+    ToolkitWorkarounds::tellFollowers(q, codeScene ? codeScene->scenePositionWalkPause().standIn() : nullptr);
 }
 
 void BlockItemPrivate::joinIndex()
@@ -238,7 +219,7 @@ void BlockItemPrivate::joinIndex()
     leaveIndex();
     indexedIn = codeScene;
     indexedInstance = instance.data();
-    codeScene->registerBlockItem(q);
+    codeScene->itemIndex().addBlock(q, q->identifier(), indexedInstance, q->isSelected());
 }
 
 BlockCodeScene* BlockItemPrivate::indexingScene() const
@@ -253,13 +234,14 @@ QString BlockItemPrivate::definitionToolTip(const BlockDefinition* definition) c
 {
     if (!definition)
         return QString();
-    return scene ? scene->definitionToolTip(definition) : definition->toolTipText();
+    SceneRebuild* rebuild = scene ? scene->runningRebuild() : nullptr;
+    return rebuild ? rebuild->definitionToolTip(definition) : definition->toolTipText();
 }
 
 void BlockItemPrivate::selectionChanging(bool selected)
 {
     if (BlockCodeScene* indexing = indexingScene())
-        indexing->blockItemSelectionChanging(q, selected);
+        indexing->itemIndex().blockSelectionChanging(q, selected);
 }
 
 void BlockItemPrivate::leaveIndex()
@@ -268,7 +250,7 @@ void BlockItemPrivate::leaveIndex()
     // its index is already gone; the cast tells that case apart.
     if (indexedIn) {
         if (auto* scene = qobject_cast<BlockCodeScene*>(q->scene()); scene && scene == indexedIn.data())
-            scene->unregisterBlockItem(q, indexedInstance);
+            scene->itemIndex().removeBlock(q, identifier, indexedInstance);
     }
     indexedIn = nullptr;
     indexedInstance = nullptr;
@@ -277,7 +259,7 @@ void BlockItemPrivate::leaveIndex()
 BlockItem::BlockItem(BlockCodeScene* pScene, BlockInstance* pInstance)
     : QObject()
     , QGraphicsRectItem()
-    , d(std::make_unique<BlockItemPrivate>(this))
+    , d(new BlockItemPrivate(this))
 {
     // Flags and stacking before the item joins the scene, where each setter costs bookkeeping;
     // the position after, as the move into place writes the snapped position to the model.
@@ -850,10 +832,7 @@ QVariant BlockItem::itemChange(GraphicsItemChange change, const QVariant& value)
         p.setX(qBound(bounds.left(), p.x(), bounds.right()));
         p.setY(qBound(bounds.top(), p.y(), bounds.bottom()));
     }
-    const auto snap = [](qreal v) {
-        return qreal(int(std::trunc(v / BlockCodeScene::ModelUnit + 0.5)) * int(BlockCodeScene::ModelUnit));
-    };
-    p = QPointF(snap(p.x()), snap(p.y()));
+    p = SceneSnap::truncated(p, SceneRaster::Block);
     // The model follows the item at once; a move command only records where the block went.
     if (BlockInstance* instance = d->instance.data())
         instance->setPosition(p / BlockCodeScene::ModelUnit);

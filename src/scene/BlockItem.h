@@ -7,9 +7,8 @@
 #include <QList>
 #include <QObject>
 #include <QPointF>
+#include <QScopedPointer>
 #include <QString>
-
-#include <memory>
 
 class BlockCodeScene;
 class BlockInstance;
@@ -51,6 +50,9 @@ public:
     BlockPinItem* pinItem(int pinIdentifier) const;
     QList<BlockPinItem*> pinItems() const;
     QPointF pinPosition(int pinIdentifier) const;
+    // pinItem() for a rebuild whose blocks are settled (SceneRebuild::blocksSettled()): this item
+    // has just read its pins, and the look-up need not ask each pin again.
+    BlockPinItem* indexedPinItem(int pinIdentifier, bool pinsJustRead) const;
     void updatePins();
     QString runtimePositionText() const;
     QFont font() const;
@@ -71,14 +73,10 @@ protected:
 
 private:
     friend class BlockItemPrivate;
-    // pinItem() for the scene's rebuild, which knows when this item has just read its pins and
-    // the look-up need not ask each pin again.
-    friend class BlockCodeScene;
-    BlockPinItem* indexedPinItem(int pinIdentifier, bool pinsJustRead) const;
     // For the pins while updatePins() runs: the hierarchy node of this block, looked up once for
     // all of them. False outside updatePins().
     friend class BlockPinItem;
     bool pinsHierarchyNode(BlockInstanceHierarchyNode** pNode) const;
 
-    std::unique_ptr<BlockItemPrivate> d;
+    QScopedPointer<BlockItemPrivate> d;
 };

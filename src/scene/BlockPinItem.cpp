@@ -121,7 +121,7 @@ public:
     bool inRebuild() const
     {
         BlockCodeScene* scene = codeScene();
-        return scene && scene->repaintsWhole();
+        return scene && scene->runningRebuild();
     }
     // simpleType() with the pin's hierarchy node already looked up.
     SimpleType* simpleTypeAt(BlockInstanceHierarchyNode* node) const;
@@ -155,7 +155,7 @@ public:
     QGraphicsLineItem* rubberBand = nullptr;
     QGraphicsRectItem* initialValueMarker = nullptr;
     QGraphicsRectItem* remanentMarker = nullptr;
-    int displayMode = 0;
+    int displayMode = PinDisplay::Name;
     QString currentValue;
     // What display mode 3 subscribed to: observation is counted, so it must be released for the
     // same path at the same source even if the pin's path changed meanwhile (inversion).
@@ -201,7 +201,7 @@ SimpleType* BlockPinItemPrivate::simpleTypeAt(BlockInstanceHierarchyNode* node) 
 void BlockPinItemPrivate::resumeScenePositionWalk() const
 {
     if (BlockCodeScene* scene = codeScene())
-        scene->resumeScenePositionWalk();
+        scene->scenePositionWalkPause().resume();
 }
 
 BlockPinValueSource* BlockPinItemPrivate::valueSource() const
@@ -284,7 +284,7 @@ void BlockPinItemPrivate::finishParameterBlock(BlockInstance* instance, int pinO
 BlockPinItem::BlockPinItem(BlockItem* pBlockItem, BlockPinInstance* pPin)
     : QObject()
     , QGraphicsRectItem()
-    , d(std::make_unique<BlockPinItemPrivate>(this))
+    , d(new BlockPinItemPrivate(this))
 {
     d->pin = pPin;
     d->pinIdentifier = pPin ? pPin->identifier() : 0;
@@ -507,7 +507,7 @@ void BlockPinItem::applyInverted(bool value)
 
 void BlockPinItem::setDisplayMode(int mode)
 {
-    if (d->displayMode == 3) {
+    if (d->displayMode == PinDisplay::CurrentValue) {
         if (BlockPinValueSource* source = d->valueSource())
             QObject::disconnect(source, nullptr, this, nullptr);
         if (d->observedSource)
@@ -516,7 +516,7 @@ void BlockPinItem::setDisplayMode(int mode)
         d->observedPath.clear();
     }
     d->displayMode = mode;
-    if (mode == 3) {
+    if (mode == PinDisplay::CurrentValue) {
         d->currentValue = QStringLiteral("...");
         if (BlockPinValueSource* source = d->valueSource()) {
             connect(source, &BlockPinValueSource::blockPinCurrentValueChanged, this,
@@ -540,15 +540,15 @@ QString BlockPinItem::displayText() const
     BlockPinInstance* pin = d->pin.data();
     if (!pin)
         return QString();
-    if (hierarchyNode() && d->displayMode != 0) {
+    if (hierarchyNode() && d->displayMode != PinDisplay::Name) {
         switch (d->displayMode) {
-        case 1:
+        case PinDisplay::LocationPath:
             return locationPath();
-        case 2:
+        case PinDisplay::MemoryAddress:
             if (BlockPinValueSource* source = d->valueSource())
                 return QStringLiteral("0x%1").arg(source->memoryAddress(locationPath()), 8, 16, QLatin1Char('0'));
             return QString();
-        case 3:
+        case PinDisplay::CurrentValue:
             return d->currentValue;
         default:
             return QString();

@@ -5,9 +5,8 @@
 #include <QGraphicsRectItem>
 #include <QObject>
 #include <QPointF>
+#include <QScopedPointer>
 #include <QString>
-
-#include <memory>
 
 class BlockInstance;
 class BlockInstanceArea;
@@ -74,5 +73,5 @@ private:
     friend class SignalLabelHostItem;
     void hostGone();
     void hostShown(bool visible);
-    std::unique_ptr<BlockPinItemPrivate> d;
+    QScopedPointer<BlockPinItemPrivate> d;
 };

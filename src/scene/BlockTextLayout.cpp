@@ -3,6 +3,7 @@
 #include "BlockCode.h"
 #include "BlockCodeScene.h"
 #include "BlockInstance.h"
+#include "SceneMetrics.h"
 
 #include <QFont>
 #include <QFontMetrics>
@@ -25,7 +26,7 @@ QString numberOrHyphen(unsigned int value)
 
 qreal snapUp(qreal value)
 {
-    return std::trunc(value / BlockCodeScene::ModelUnit + 1) * BlockCodeScene::ModelUnit;
+    return SceneSnap::upWithSlack(value, SceneRaster::Block);
 }
 
 } // namespace

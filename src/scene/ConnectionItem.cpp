@@ -1,5 +1,6 @@
 #include "ConnectionItem.h"
 
+#include "SceneItemIndex.h"
 #include "SceneMetrics.h"
 #include "TypeColour.h"
 
@@ -139,14 +140,14 @@ void ConnectionItemPrivate::joinIndex()
         return;
     leaveIndex();
     indexedIn = codeScene;
-    codeScene->registerConnectionItem(q);
+    codeScene->itemIndex().addConnection(q);
 }
 
 void ConnectionItemPrivate::leaveIndex()
 {
     if (indexedIn) {
         if (auto* codeScene = qobject_cast<BlockCodeScene*>(q->scene()); codeScene && codeScene == indexedIn.data())
-            codeScene->unregisterConnectionItem(q);
+            codeScene->itemIndex().removeConnection(q);
     }
     indexedIn = nullptr;
 }
@@ -220,7 +221,7 @@ void ConnectionItemPrivate::updateFrom(BlockPinConnection* pConnection)
     // route themselves; what the model says about it otherwise only needs a repaint.
     if (reshaped)
         q->refreshGeometry();
-    else if (!scene->repaintsWhole())
+    else if (!scene->runningRebuild())
         q->update();
 }
 

@@ -6,8 +6,7 @@
 #include <QList>
 #include <QObject>
 #include <QPointF>
-
-#include <memory>
+#include <QScopedPointer>
 
 class BlockCodeScene;
 class BlockPinConnection;
@@ -79,5 +78,5 @@ private:
     bool collectNodeMove(ConnectionNodeItem* pNode);
     bool collectNodeScenePosition(bool save);
 
-    std::unique_ptr<ConnectionItemPrivate> d;
+    QScopedPointer<ConnectionItemPrivate> d;
 };

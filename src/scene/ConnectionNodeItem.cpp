@@ -79,12 +79,10 @@ QPointF ConnectionNodeItemPrivate::snapped(QPointF p) const
     }
 
     if (alone) {
-        p.setX(std::trunc(p.x() / SceneRaster::Node + 0.5) * SceneRaster::Node);
-        p.setY(std::trunc(p.y() / SceneRaster::Node + 0.5) * SceneRaster::Node);
+        p = SceneSnap::truncated(p, SceneRaster::Node);
     } else {
         const QPointF current = q->pos();
-        p.setX(std::round((p.x() - current.x()) / BlockCodeScene::ModelUnit) * BlockCodeScene::ModelUnit + current.x());
-        p.setY(std::round((p.y() - current.y()) / BlockCodeScene::ModelUnit) * BlockCodeScene::ModelUnit + current.y());
+        p = SceneSnap::nearest(p - current, SceneRaster::Block) + current;
     }
     return p;
 }

@@ -3,8 +3,7 @@
 #include "zkblockview_export.h"
 
 #include <QGraphicsItem>
-
-#include <memory>
+#include <QScopedPointer>
 
 class BlockPinItem;
 class ConnectionItem;
@@ -39,5 +38,5 @@ private:
     // The junction search of a move whose report the connection collected.
     void searchJunction();
 
-    std::unique_ptr<ConnectionNodeItemPrivate> d;
+    QScopedPointer<ConnectionNodeItemPrivate> d;
 };

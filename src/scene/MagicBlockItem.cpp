@@ -74,7 +74,7 @@ void MagicBlockItemPrivate::updateToolTip()
 
 MagicBlockItem::MagicBlockItem(BlockCodeScene* pScene, BlockInstance* pInstance)
     : BlockItem(pScene, pInstance)
-    , d(std::make_unique<MagicBlockItemPrivate>(this))
+    , d(new MagicBlockItemPrivate(this))
 {
     updateFromInstance();
 }

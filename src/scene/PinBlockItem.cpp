@@ -37,7 +37,7 @@ public:
 
 PinBlockItem::PinBlockItem(BlockCodeScene* pScene, BlockInstance* pInstance)
     : BlockItem(pScene, pInstance)
-    , d(std::make_unique<PinBlockItemPrivate>(this))
+    , d(new PinBlockItemPrivate(this))
 {
     updateFromInstance();
 }

@@ -4,7 +4,7 @@
 
 #include "BlockItem.h"
 
-#include <memory>
+#include <QScopedPointer>
 
 class BlockCodeScene;
 class BlockInstance;
@@ -28,5 +28,5 @@ public:
 
 private:
     friend class PinBlockItemPrivate;
-    std::unique_ptr<PinBlockItemPrivate> d;
+    QScopedPointer<PinBlockItemPrivate> d;
 };

@@ -76,7 +76,7 @@ void SignalLabelHostItemPrivate::removeItem(SignalLabel* label)
 SignalLabelHostItem::SignalLabelHostItem(BlockPinItem* pPinItem)
     : QObject()
     , QGraphicsRectItem()
-    , d(std::make_unique<SignalLabelHostItemPrivate>(this))
+    , d(new SignalLabelHostItemPrivate(this))
 {
     // Set up before it joins its pin: outside a scene a setter costs nothing but the value.
     d->pinItem = pPinItem;

@@ -5,8 +5,7 @@
 #include <QGraphicsRectItem>
 #include <QList>
 #include <QObject>
-
-#include <memory>
+#include <QScopedPointer>
 
 class BlockInstanceHierarchyNode;
 class BlockPinItem;
@@ -57,5 +56,5 @@ private:
     // update; a pin that goes first lets go of its host here.
     friend class BlockPinItem;
     void detachFromPin();
-    std::unique_ptr<SignalLabelHostItemPrivate> d;
+    QScopedPointer<SignalLabelHostItemPrivate> d;
 };

@@ -59,7 +59,7 @@ public:
 SignalLabelItem::SignalLabelItem(SignalLabel* pLabel, SignalLabelHostItem* pHost)
     : QObject()
     , QGraphicsRectItem()
-    , d(std::make_unique<SignalLabelItemPrivate>(this))
+    , d(new SignalLabelItemPrivate(this))
 {
     d->label = pLabel;
     d->host = pHost;
@@ -135,7 +135,7 @@ void SignalLabelItem::updateSize()
         width = std::max(width, metrics.boundingRect(d->label->name()).width());
     width = std::max(width, metrics.boundingRect(d->value).width());
     // A margin of half a unit and at least one more step, so the text never touches the rim.
-    const qreal boxWidth = std::trunc((width + WidthStep) / WidthStep + 1.0) * WidthStep;
+    const qreal boxWidth = SceneSnap::upWithSlack(width + WidthStep, WidthStep);
     setRect(0.0, 0.0, boxWidth, LabelHeight);
 }
 
@@ -195,8 +195,7 @@ QVariant SignalLabelItem::itemChange(GraphicsItemChange change, const QVariant& 
         // Labels sit on a finer raster than blocks (1000) and nodes (500), so they can be placed
         // between the rows of pins.
         QPointF p = value.toPointF();
-        p.setX(std::round(p.x() / SceneRaster::Label) * SceneRaster::Label);
-        p.setY(std::round(p.y() / SceneRaster::Label) * SceneRaster::Label);
+        p = SceneSnap::nearest(p, SceneRaster::Label);
         const QPointF hostPos = d->hostScenePos();
         d->leaderLine->setLine(QLineF(LeaderLineAnchor, hostPos - p));
         if (d->label)

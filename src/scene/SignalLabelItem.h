@@ -5,9 +5,8 @@
 #include <QFont>
 #include <QGraphicsRectItem>
 #include <QObject>
+#include <QScopedPointer>
 #include <QString>
-
-#include <memory>
 
 class QGraphicsLineItem;
 class QMenu;
@@ -48,5 +47,5 @@ protected:
 
 private:
     friend class SignalLabelItemPrivate;
-    std::unique_ptr<SignalLabelItemPrivate> d;
+    QScopedPointer<SignalLabelItemPrivate> d;
 };

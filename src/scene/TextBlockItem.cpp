@@ -43,7 +43,7 @@ public:
 
 TextBlockItem::TextBlockItem(BlockCodeScene* pScene, BlockInstance* pInstance)
     : BlockItem(pScene, pInstance)
-    , d(std::make_unique<TextBlockItemPrivate>(this, pInstance))
+    , d(new TextBlockItemPrivate(this, pInstance))
 {
     updateFromInstance();
 }

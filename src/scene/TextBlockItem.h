@@ -4,7 +4,7 @@
 
 #include "BlockItem.h"
 
-#include <memory>
+#include <QScopedPointer>
 
 class BlockCodeScene;
 class BlockInstance;
@@ -31,5 +31,5 @@ public:
 
 private:
     friend class TextBlockItemPrivate;
-    std::unique_ptr<TextBlockItemPrivate> d;
+    QScopedPointer<TextBlockItemPrivate> d;
 };

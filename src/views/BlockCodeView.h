@@ -3,6 +3,7 @@
 #include "zkblockview_export.h"
 
 #include <QGraphicsView>
+#include <QScopedPointer>
 #include <QSize>
 #include <QString>
 
@@ -101,5 +102,5 @@ protected:
 
 private:
     friend class BlockCodeViewPrivate;
-    BlockCodeViewPrivate* d;
+    QScopedPointer<BlockCodeViewPrivate> d;
 };

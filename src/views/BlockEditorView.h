@@ -2,6 +2,7 @@
 
 #include "zkblockview_export.h"
 
+#include <QScopedPointer>
 #include <QString>
 #include <QWidget>
 
@@ -32,5 +33,5 @@ public Q_SLOTS:
 
 private:
     friend class BlockEditorViewPrivate;
-    BlockEditorViewPrivate* d;
+    QScopedPointer<BlockEditorViewPrivate> d;
 };

@@ -19,6 +19,7 @@
 #include "BlockLibraryContainer.h"
 #include "LibraryBlockDefinitionSubWindow.h"
 #include "Locator.h"
+#include "SceneMetrics.h"
 
 #include <QByteArray>
 #include <QLabel>
@@ -84,13 +85,13 @@ BlockInstanceHierarchyNode* BlockHierarchyNodeViewPrivate::shownNode() const
 
 void BlockHierarchyNodeViewPrivate::showNode(BlockInstanceHierarchyNode* node)
 {
-    int mode = 0;
+    int mode = PinDisplay::Name;
     if (BlockHierarchyNodeScene* previous = nodeScene()) {
         mode = previous->pinDisplayMode();
         // The level left behind falls back to names, which also ends its subscriptions to values.
         // A level that shows names already is left alone: the call would only walk every pin of a
         // large level and throw away its cached background, on each step.
-        if (mode != 0)
+        if (mode != PinDisplay::Name)
             previous->showPinsName();
     }
     if (!node)
@@ -104,13 +105,13 @@ void BlockHierarchyNodeViewPrivate::showNode(BlockInstanceHierarchyNode* node)
         return;
     scene->rebuild();
     switch (mode) {
-    case 1:
+    case PinDisplay::LocationPath:
         scene->showPinsLocationPath();
         break;
-    case 2:
+    case PinDisplay::MemoryAddress:
         scene->showPinsMemoryAddress();
         break;
-    case 3:
+    case PinDisplay::CurrentValue:
         scene->showPinsCurrentValue();
         break;
     default:
@@ -555,7 +556,7 @@ bool BlockHierarchyNodeView::stepOut()
     bool steppedOut = false;
     {
         // The panes are to see one change of level, not the way back to the node level first.
-        const QSignalBlocker blocker(d);
+        const QSignalBlocker blocker(d.get());
         d->leaveDefinitionScene();
         // Still editing means the node level is gone; asking again would only come back here.
         if (!d->definitionScene())

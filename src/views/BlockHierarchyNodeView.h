@@ -2,6 +2,8 @@
 
 #include "BlockCodeView.h"
 
+#include <QScopedPointer>
+
 class BlockHierarchyNodeViewPrivate;
 class BlockInstanceArea;
 class BlockInstanceHierarchyNode;
@@ -40,5 +42,5 @@ public Q_SLOTS:
 
 private:
     friend class BlockHierarchyNodeViewPrivate;
-    BlockHierarchyNodeViewPrivate* d;
+    QScopedPointer<BlockHierarchyNodeViewPrivate> d;
 };

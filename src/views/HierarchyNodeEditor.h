@@ -2,6 +2,7 @@
 
 #include "zkblockview_export.h"
 
+#include <QScopedPointer>
 #include <QString>
 #include <QWidget>
 
@@ -24,5 +25,5 @@ public:
 
 private:
     friend class HierarchyNodeEditorPrivate;
-    HierarchyNodeEditorPrivate* d;
+    QScopedPointer<HierarchyNodeEditorPrivate> d;
 };

@@ -79,8 +79,8 @@ public:
 
 HierarchyView::HierarchyView(QWidget* parent)
     : QWidget(parent)
+    , d(new HierarchyViewPrivate(this))
 {
-    d = new HierarchyViewPrivate(this);
 }
 
 HierarchyView::~HierarchyView() = default;
@@ -95,7 +95,7 @@ void HierarchyView::setRoot(BlockDefinition* pDefinition, BlockInstanceHierarchy
     // A root block of an area belongs to no library; its tree then follows the other triggers.
     if (Block* block = pDefinition->block()) {
         if (BlockLibrary* library = block->ownerLibrary())
-            d->libraryConnection = connect(library, &BlockLibrary::contentsChanged, d, &HierarchyViewPrivate::update);
+            d->libraryConnection = connect(library, &BlockLibrary::contentsChanged, d.get(), &HierarchyViewPrivate::update);
     }
     d->update();
 }

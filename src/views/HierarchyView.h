@@ -4,6 +4,7 @@
 
 #include <QList>
 #include <QMetaType>
+#include <QScopedPointer>
 #include <QString>
 #include <QWidget>
 
@@ -34,5 +35,5 @@ public Q_SLOTS:
 
 private:
     friend class HierarchyViewPrivate;
-    HierarchyViewPrivate* d;
+    QScopedPointer<HierarchyViewPrivate> d;
 };

@@ -3,6 +3,8 @@
 #include "MdiSubWindow.h"
 #include "zkblockview_export.h"
 
+#include <QScopedPointer>
+
 class BlockDefinition;
 class LibraryBlockDefinitionSubWindowPrivate;
 class QCloseEvent;
@@ -29,5 +31,5 @@ private:
     explicit LibraryBlockDefinitionSubWindow(BlockDefinition* pDefinition);
 
     friend class LibraryBlockDefinitionSubWindowPrivate;
-    LibraryBlockDefinitionSubWindowPrivate* d;
+    QScopedPointer<LibraryBlockDefinitionSubWindowPrivate> d;
 };

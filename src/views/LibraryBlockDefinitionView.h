@@ -2,6 +2,8 @@
 
 #include "BlockCodeView.h"
 
+#include <QScopedPointer>
+
 class BlockDefinition;
 class BlockInstanceArea;
 class LibraryBlockDefinitionViewPrivate;
@@ -35,5 +37,5 @@ public Q_SLOTS:
 
 private:
     friend class LibraryBlockDefinitionViewPrivate;
-    LibraryBlockDefinitionViewPrivate* d;
+    QScopedPointer<LibraryBlockDefinitionViewPrivate> d;
 };

@@ -2,6 +2,7 @@
 
 #include "zkblockview_export.h"
 
+#include <QScopedPointer>
 #include <QString>
 #include <QWidget>
 
@@ -22,5 +23,5 @@ public:
 
 private:
     friend class LibraryBlockEditorPrivate;
-    LibraryBlockEditorPrivate* d;
+    QScopedPointer<LibraryBlockEditorPrivate> d;
 };

@@ -148,6 +148,8 @@ private Q_SLOTS:
     void releasingControlEndsHandPanning();
     void doubleClickReachesTheScene_data();
     void doubleClickReachesTheScene();
+    void doubleClickIsAcceptedOnlyByAStepIn_data();
+    void doubleClickIsAcceptedOnlyByAStepIn();
     void resizeEmitsSizeChangedOnly();
     void contextMenuOfAnItemIsTheItemsOwn();
     void contextMenuOnEmptySpaceRunsTheViewMenu();
@@ -336,6 +338,22 @@ void tst_BlockCodeView::releasingControlEndsHandPanning()
     QCOMPARE(view.dragMode(), QGraphicsView::RubberBandDrag);
 }
 
+namespace {
+
+// A double click of the left button into the view's viewport, unaccepted when sent; whether it
+// came back accepted.
+bool doubleClick(BlockCodeView& view)
+{
+    const QPointF position(40, 40);
+    QMouseEvent event(QEvent::MouseButtonDblClick, position, view.viewport()->mapToGlobal(position), Qt::LeftButton,
+                      Qt::LeftButton, Qt::NoModifier);
+    event.setAccepted(false);
+    QApplication::sendEvent(view.viewport(), &event);
+    return event.isAccepted();
+}
+
+} // namespace
+
 void tst_BlockCodeView::doubleClickReachesTheScene_data()
 {
     QTest::addColumn<bool>("stepsIn");
@@ -350,14 +368,35 @@ void tst_BlockCodeView::doubleClickReachesTheScene()
     TestCodeView view;
     view.setScene(&scene);
     view.stepInResult = stepsIn;
-    const QPointF position(40, 40);
-    QMouseEvent event(QEvent::MouseButtonDblClick, position, view.viewport()->mapToGlobal(position), Qt::LeftButton,
-                      Qt::LeftButton, Qt::NoModifier);
-    event.setAccepted(false);
-    QApplication::sendEvent(view.viewport(), &event);
+    doubleClick(view);
     // Whether or not a level was entered, the scene sees the click too.
     QCOMPARE(view.stepInCalls, 1);
     QCOMPARE(scene.doubleClicks, 1);
+}
+
+void tst_BlockCodeView::doubleClickIsAcceptedOnlyByAStepIn_data()
+{
+    QTest::addColumn<bool>("stepsIn");
+    QTest::newRow("steps into nothing") << false;
+    QTest::newRow("steps in") << true;
+}
+
+void tst_BlockCodeView::doubleClickIsAcceptedOnlyByAStepIn()
+{
+    QFETCH(bool, stepsIn);
+    RecordingScene scene(0, 0, 100000, 100000);
+    TestCodeView view;
+    view.setScene(&scene);
+    // An interactive view's base class writes the scene's verdict over the event's; a view that
+    // takes no interaction leaves it alone, so what this class decided is what the event says.
+    view.setInteractive(false);
+    // An event the viewport leaves unaccepted goes on to the view as a fresh copy, accepted from the
+    // start, and comes back accepted; the viewport's own answer is the one under test.
+    view.viewport()->setAttribute(Qt::WA_NoMousePropagation);
+    view.stepInResult = stepsIn;
+    const bool accepted = doubleClick(view);
+    QCOMPARE(view.stepInCalls, 1);
+    QCOMPARE(accepted, stepsIn);
 }
 
 void tst_BlockCodeView::resizeEmitsSizeChangedOnly()

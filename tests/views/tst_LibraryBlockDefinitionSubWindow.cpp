@@ -43,6 +43,7 @@ private Q_SLOTS:
     void savedWhileMaximizedKeepsTheLastNormalGeometry();
     void storedGeometryIsLoaded();
     void originCountsAsNothingStored();
+    void originKeepsTheMdiPlacement();
     void destroyingTheDefinitionClosesTheWindow();
     void withoutMdiAreaTheWindowStaysUnshown();
     void oneHiddenStatusBarServesAll();
@@ -255,6 +256,27 @@ void tst_LibraryBlockDefinitionSubWindow::originCountsAsNothingStored()
     QVERIFY(window->size() != QSize(123, 77));
     QCOMPARE(window->size(), given);
     QVERIFY(!window->windowState().testFlag(Qt::WindowMaximized));
+}
+
+void tst_LibraryBlockDefinitionSubWindow::originKeepsTheMdiPlacement()
+{
+    // A window beside which the area must place the next one away from its corner.
+    LibraryBlockDefinitionSubWindow* reference = LibraryBlockDefinitionSubWindow::forDefinition(ModelBuilder::newest(m_regler));
+    reference->show();
+    QPointer<LibraryBlockDefinitionSubWindow> probe =
+        LibraryBlockDefinitionSubWindow::forDefinition(ModelBuilder::newest(m_kunde));
+    probe->show();
+    const QPoint placed = probe->pos();
+    QVERIFY(placed != QPoint(0, 0));
+    QVERIFY(probe->close());
+    QTRY_VERIFY(!probe);
+
+    // The same window again, with the origin stored: the area places it where it placed the probe,
+    // not at the origin.
+    store(QPoint(0, 0), QSize(123, 77), 0);
+    LibraryBlockDefinitionSubWindow* window = LibraryBlockDefinitionSubWindow::forDefinition(ModelBuilder::newest(m_kunde));
+    window->show();
+    QCOMPARE(window->pos(), placed);
 }
 
 void tst_LibraryBlockDefinitionSubWindow::destroyingTheDefinitionClosesTheWindow()

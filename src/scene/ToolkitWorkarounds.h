@@ -1,0 +1,64 @@
+#pragma once
+
+#include "zkblockview_export.h"
+
+#include <QList>
+#include <QPointer>
+
+class BlockInstance;
+class BlockPinConnection;
+class QGraphicsItem;
+class QObject;
+class QTreeWidget;
+class QTreeWidgetItem;
+
+// Every place where the component works around how the toolkit behaves lives here, each with the
+// behaviour it relies on. tests/scene/tst_ToolkitWorkarounds checks each of those behaviours on
+// the toolkit itself: when a new toolkit version no longer behaves so, the test fails, and the
+// workaround must go or change.
+class ZK_VIEW_EXPORT ToolkitWorkarounds
+{
+public:
+    ToolkitWorkarounds() = delete;
+
+    // Every row of a tree, depth first, parents before children. findItems("*", MatchWildcard)
+    // would be the toolkit's answer, but it converts the wildcard as a file path: "*" stops at
+    // "/", and a row named "Ein-/Ausgabe" is missing from it.
+    static QList<QTreeWidgetItem*> allRows(const QTreeWidget* tree);
+
+    // A moved item makes the toolkit tell its descendants that follow scene positions
+    // (ItemSendsScenePositionChanges) by walking every such follower of the whole scene and
+    // asking whether the moved item is its ancestor: moving each of n blocks walks all their
+    // followers, quadratic in the blocks. Taking one follower out of that list (clearing its
+    // flag) makes the toolkit clear the "has followers" mark of all its ancestors until a queued
+    // call sets the marks again; until then the ancestors move without any walk. The moved item
+    // then tells its own followers with tellFollowers(). One pause per scene.
+    class ScenePositionWalkPause
+    {
+    public:
+        // Takes `standIn`, a follower, out of the toolkit's list until resume() or the next
+        // return to the event loop, whichever comes first; `context` carries that queued resume.
+        void suspend(QGraphicsItem* standIn, QObject* standInObject, QObject* context);
+        void resume();
+        // The follower taken out, null if the walk runs.
+        const QGraphicsItem* standIn() const;
+
+    private:
+        QGraphicsItem* m_standIn = nullptr;
+        // The stand-in as a guarded object: it may die before the queued resume comes.
+        QPointer<QObject> m_standInObject;
+        bool m_resumeQueued = false;
+    };
+
+    // Tells every follower below `moved` (and `standIn`, whose flag is off for the pause) of its
+    // new scene position, as the toolkit's walk would have.
+    static void tellFollowers(QGraphicsItem* moved, const QGraphicsItem* standIn);
+
+    // Items hold the model's objects through guarded pointers, and every update asks each guard
+    // whether its object still lives. The toolkit gives each object its guard block when the first
+    // guarded pointer to it is made; made here, in one go for a whole code before its items exist,
+    // the blocks lie together in memory instead of scattered between the items, and an update
+    // walks them in order. The toolkit's public interface does not show where a guard block lies,
+    // so no test can watch this one; the scene benchmark's rebuild rows are its check.
+    static void gatherGuards(const QList<BlockInstance*>& instances, const QList<BlockPinConnection*>& connections);
+};

@@ -20,3 +20,6 @@ QImage iconImage(const QIcon& icon, int side);
 int darkPixels(const QImage& image, const QRect& region);
 // The pages of a PDF document: its page objects, not the page tree that holds them.
 int pdfPageCount(const QByteArray& pdf);
+// The streams of a PDF, inflated where they are compressed, one after the other: the drawing of
+// its pages in PDF operators, for a test to look for what was drawn.
+QByteArray pdfStreams(const QByteArray& pdf);

@@ -2,8 +2,8 @@
 
 #include "AreaSubWindow.h"
 #include "MessageDock.h"
+#include "StudioExporter.h"
 
-#include "BlockCodeScene.h"
 #include "BlockCodeView.h"
 #include "BlockHierarchyNodeScene.h"
 #include "LibraryBlockDefinitionSubWindow.h"
@@ -21,25 +21,17 @@
 
 #include <QAction>
 #include <QActionGroup>
-#include <QApplication>
 #include <QFile>
 #include <QFileDialog>
-#include <QFileInfo>
-#include <QGraphicsItemGroup>
-#include <QImage>
 #include <QLabel>
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QMenuBar>
 #include <QMessageBox>
-#include <QPainter>
-#include <QPdfWriter>
 #include <QPointer>
 #include <QPrintPreviewDialog>
 #include <QPrinter>
 #include <QStatusBar>
-#include <QSvgGenerator>
-#include <QtMath>
 #include <QRegularExpression>
 
 #include <algorithm>
@@ -47,58 +39,6 @@
 namespace {
 
 const QString kSamplePath = QStringLiteral(":/samples/sample/project.zkproj");
-
-// Scene units around the drawing in a fitted view and in exported pictures.
-constexpr double kDrawingMargin = 1000.0;
-// Pictures are written at twice the size of the 100 % view, capped so that a sprawling level
-// still makes a file that image viewers open.
-constexpr double kExportScale = 2.0 * 0.03;
-constexpr double kMaximumExportSide = 8000.0;
-// Pages show the code at least as large as the 100 % view: below that, the items leave out their
-// texts, and a page of boxes without names helps nobody. A level too wide for one sheet is printed
-// on several.
-constexpr double kReadablePageScale = 0.03;
-constexpr double kLargestPageScale = 2.0 * 0.03;
-constexpr double kPageMarginMillimetres = 10.0;
-
-// What the level draws. The scene's background layers (the frame, the tint and the grid of edit
-// mode) span the whole scene rectangle and would make every picture a square kilometre.
-QRectF drawnRect(QGraphicsScene* scene)
-{
-    auto* codeScene = dynamic_cast<BlockCodeScene*>(scene);
-    QRectF rect;
-    const QList<QGraphicsItem*> items = scene->items();
-    for (QGraphicsItem* item : items) {
-        if (item->parentItem() || !item->isVisible())
-            continue;
-        if ((codeScene && item == codeScene->backgroundItem()) || dynamic_cast<QGraphicsItemGroup*>(item)
-            || item->zValue() <= -9999)
-            continue;
-        rect |= item->sceneBoundingRect() | item->mapRectToScene(item->childrenBoundingRect());
-    }
-    return rect;
-}
-
-// The items draw their texts in point sizes: a device of another resolution than the screen would
-// scale the texts against the geometry. Pictures and pages are therefore made at the screen's.
-int diagramResolution(BlockCodeView* view)
-{
-    return view->viewport()->logicalDpiY();
-}
-
-// Draws the scene without the user's selection, which is a state of the view, not of the code.
-void renderScene(QGraphicsScene* scene, QPainter* painter, const QRectF& target, const QRectF& source)
-{
-    const QList<QGraphicsItem*> selected = scene->selectedItems();
-    const bool blocked = scene->blockSignals(true);
-    for (QGraphicsItem* item : selected)
-        item->setSelected(false);
-    painter->setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing | QPainter::SmoothPixmapTransform);
-    scene->render(painter, target, source, Qt::KeepAspectRatio);
-    for (QGraphicsItem* item : selected)
-        item->setSelected(true);
-    scene->blockSignals(blocked);
-}
 
 QString blockMenuText(Block* block)
 {
@@ -369,10 +309,9 @@ bool StudioWindow::zoomToFit()
     BlockCodeView* view = activeCodeView();
     if (!view || !view->scene())
         return false;
-    QRectF rect = drawnRect(view->scene());
+    const QRectF rect = StudioExporter::drawingRect(view->scene());
     if (rect.isEmpty())
         return false;
-    rect.adjust(-kDrawingMargin, -kDrawingMargin, kDrawingMargin, kDrawingMargin);
     const QSize viewport = view->viewport()->size();
     double factor = std::min(viewport.width() / (rect.width() * BlockCodeView::BaseScale),
                              viewport.height() / (rect.height() * BlockCodeView::BaseScale));
@@ -409,156 +348,22 @@ QString StudioWindow::activeTitle() const
     return title;
 }
 
+StudioExporter StudioWindow::activeExporter() const
+{
+    BlockCodeView* view = activeCodeView();
+    QGraphicsScene* scene = view ? view->scene() : nullptr;
+    // The screen's resolution, which the items' texts were measured at.
+    return StudioExporter(scene, scene ? view->viewport()->logicalDpiY() : 0, activeTitle());
+}
+
 bool StudioWindow::exportCode(const QString& path, QString* error)
 {
-    auto fail = [error](const QString& text) {
-        if (error)
-            *error = text;
-        return false;
-    };
-    BlockCodeView* view = activeCodeView();
-    if (!view || !view->scene())
-        return fail(tr("Es ist kein Code geöffnet."));
-    QRectF source = drawnRect(view->scene());
-    if (source.isEmpty())
-        return fail(tr("Die Ebene enthält nichts zu zeigen."));
-    source.adjust(-kDrawingMargin, -kDrawingMargin, kDrawingMargin, kDrawingMargin);
-    const double scale = std::min(kExportScale, kMaximumExportSide / std::max(source.width(), source.height()));
-    const QSize size(qCeil(source.width() * scale), qCeil(source.height() * scale));
-    const QRectF target(QPointF(0, 0), QSizeF(size));
-
-    const QString suffix = QFileInfo(path).suffix().toLower();
-    if (suffix == QLatin1String("png")) {
-        QImage image(size, QImage::Format_ARGB32_Premultiplied);
-        const int dotsPerMeter = qRound(diagramResolution(view) / 0.0254);
-        image.setDotsPerMeterX(dotsPerMeter);
-        image.setDotsPerMeterY(dotsPerMeter);
-        image.fill(Qt::white);
-        QPainter painter(&image);
-        renderScene(view->scene(), &painter, target, source);
-        painter.end();
-        if (!image.save(path, "PNG"))
-            return fail(tr("%1 kann nicht geschrieben werden.").arg(path));
-        return true;
-    }
-    if (suffix == QLatin1String("svg")) {
-        QSvgGenerator generator;
-        generator.setFileName(path);
-        generator.setSize(size);
-        generator.setViewBox(QRect(QPoint(0, 0), size));
-        generator.setTitle(activeTitle());
-        generator.setDescription(tr("Bausteincode, exportiert aus dem Zerkanta Bausteinstudio"));
-        generator.setResolution(diagramResolution(view));
-        QPainter painter;
-        if (!painter.begin(&generator))
-            return fail(tr("%1 kann nicht geschrieben werden.").arg(path));
-        painter.fillRect(target, Qt::white);
-        renderScene(view->scene(), &painter, target, source);
-        painter.end();
-        return QFileInfo(path).size() > 0 || fail(tr("%1 kann nicht geschrieben werden.").arg(path));
-    }
-    if (suffix == QLatin1String("pdf")) {
-        // One sheet as large as the drawing at the 100 % view, so that the file shows the whole
-        // level legibly; never smaller than A4.
-        const double resolution = diagramResolution(view);
-        const double millimetresPerUnit = kReadablePageScale / resolution * 25.4;
-        const QSizeF a4 = QPageSize(QPageSize::A4).size(QPageSize::Millimeter);
-        const QSizeF drawing(source.width() * millimetresPerUnit + 2 * kPageMarginMillimetres,
-                             source.height() * millimetresPerUnit + 2 * kPageMarginMillimetres + 12.0);
-        const bool landscape = drawing.width() >= drawing.height();
-        const QSizeF minimum = landscape ? a4.transposed() : a4;
-        const QSizeF sheet(std::max(drawing.width(), minimum.width()), std::max(drawing.height(), minimum.height()));
-        QPdfWriter writer(path);
-        writer.setTitle(activeTitle());
-        writer.setCreator(tr("Zerkanta Bausteinstudio"));
-        writer.setResolution(qRound(resolution));
-        writer.setPageLayout(QPageLayout(QPageSize(sheet, QPageSize::Millimeter, QString(), QPageSize::ExactMatch),
-                                         QPageLayout::Portrait,
-                                         QMarginsF(kPageMarginMillimetres, kPageMarginMillimetres, kPageMarginMillimetres,
-                                                   kPageMarginMillimetres),
-                                         QPageLayout::Millimeter));
-        QPainter painter;
-        if (!painter.begin(&writer))
-            return fail(tr("%1 kann nicht geschrieben werden.").arg(path));
-        const bool ok = paintCodePages(&writer, &painter, false);
-        painter.end();
-        return ok || fail(tr("Die Ebene enthält nichts zu zeigen."));
-    }
-    return fail(tr("Unbekanntes Dateiformat: %1").arg(path));
+    return activeExporter().exportTo(path, error);
 }
 
 bool StudioWindow::printCode(QPrinter* printer)
 {
-    BlockCodeView* view = activeCodeView();
-    if (!printer || !view || !view->scene())
-        return false;
-    const QRectF source = drawnRect(view->scene());
-    printer->setPageOrientation(source.width() >= source.height() ? QPageLayout::Landscape : QPageLayout::Portrait);
-    printer->setDocName(activeTitle());
-    printer->setResolution(diagramResolution(view));
-    QPainter painter;
-    if (!painter.begin(printer))
-        return false;
-    const bool ok = paintCodePages(printer, &painter, true);
-    painter.end();
-    return ok;
-}
-
-bool StudioWindow::paintCodePages(QPagedPaintDevice* device, QPainter* painter, bool severalSheets)
-{
-    BlockCodeView* view = activeCodeView();
-    if (!view || !view->scene())
-        return false;
-    QRectF source = drawnRect(view->scene());
-    if (source.isEmpty())
-        return false;
-    source.adjust(-kDrawingMargin, -kDrawingMargin, kDrawingMargin, kDrawingMargin);
-
-    const QRectF page(0, 0, device->width(), device->height());
-    QFont font = QApplication::font();
-    font.setPointSizeF(11.0);
-    font.setBold(true);
-    const QFontMetricsF metrics(font, device);
-    const double titleHeight = metrics.height() * 1.8;
-    const QRectF area(page.left(), page.top() + titleHeight, page.width(), page.height() - titleHeight);
-    if (area.width() <= 0 || area.height() <= 0)
-        return false;
-
-    // Device units per scene unit: the page's resolution is the screen's.
-    double scale = std::min(area.width() / source.width(), area.height() / source.height());
-    scale = std::min(scale, kLargestPageScale);
-    if (severalSheets && scale < kReadablePageScale)
-        scale = kReadablePageScale;
-    const double tileWidth = area.width() / scale;
-    const double tileHeight = area.height() / scale;
-    const int columns = std::max(1, qCeil(source.width() / tileWidth - 1e-9));
-    const int rows = std::max(1, qCeil(source.height() / tileHeight - 1e-9));
-    const int sheets = columns * rows;
-    const QString title = activeTitle();
-
-    for (int row = 0; row < rows; ++row) {
-        for (int column = 0; column < columns; ++column) {
-            const int sheet = row * columns + column + 1;
-            if (sheet > 1 && !device->newPage())
-                return false;
-            painter->setFont(font);
-            painter->setPen(Qt::black);
-            const QString text = sheets > 1 ? tr("%1 (Blatt %2 von %3)").arg(title).arg(sheet).arg(sheets) : title;
-            painter->drawText(QRectF(page.left(), page.top(), page.width(), titleHeight), Qt::AlignLeft | Qt::AlignTop,
-                              metrics.elidedText(text, Qt::ElideMiddle, page.width()));
-
-            const QRectF tile = QRectF(source.left() + column * tileWidth, source.top() + row * tileHeight, tileWidth, tileHeight)
-                                    .intersected(source);
-            QRectF target(area.topLeft(), tile.size() * scale);
-            if (sheets == 1)
-                target.moveLeft(area.left() + (area.width() - target.width()) / 2.0);
-            painter->save();
-            painter->setClipRect(target);
-            renderScene(view->scene(), painter, target, tile);
-            painter->restore();
-        }
-    }
-    return true;
+    return activeExporter().print(printer);
 }
 
 void StudioWindow::onExport(const QString& suffix, const QString& filter)

@@ -16,9 +16,8 @@ class QLabel;
 class QMdiArea;
 class QMdiSubWindow;
 class QMenu;
-class QPagedPaintDevice;
-class QPainter;
 class QPrinter;
+class StudioExporter;
 
 // The host of the component: opens a project, keeps the suite's controls (access level,
 // language, online state, messages) and holds the editors in its MDI area, one sub-window per
@@ -70,9 +69,8 @@ private:
     void onPrintPreview();
     void zoomBy(double step);
     QString activeTitle() const;
-    // The shown code on one sheet, or, when that would make it too small to read and several are
-    // allowed, on as many as it takes.
-    bool paintCodePages(QPagedPaintDevice* device, QPainter* painter, bool severalSheets);
+    // Export and print of the active sub-window's code, titled as the window.
+    StudioExporter activeExporter() const;
 
     std::unique_ptr<Project> m_project;
     QMdiArea* m_mdiArea;

@@ -1,4 +1,7 @@
+#include "MenuLookup.h"
 #include "ModalAnswer.h"
+#include "Pictures.h"
+#include "ScratchSettings.h"
 #include "TestRegistry.h"
 
 #include "AreaSubWindow.h"
@@ -39,8 +42,6 @@
 #include <QMessageBox>
 #include <QPointer>
 #include <QPrinter>
-#include <QRegularExpression>
-#include <QSettings>
 #include <QStatusBar>
 #include <QTemporaryDir>
 #include <QTest>
@@ -81,10 +82,7 @@ void tst_StudioWindow::initTestCase()
 {
     // Editors write their layout when they go; the user's own settings stay untouched.
     QVERIFY(m_settingsDir.isValid());
-    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, m_settingsDir.path());
-    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, m_settingsDir.path());
-    QSettings::setPath(QSettings::NativeFormat, QSettings::SystemScope, m_settingsDir.path());
-    QSettings::setPath(QSettings::IniFormat, QSettings::SystemScope, m_settingsDir.path());
+    redirectSettings(m_settingsDir.path());
 }
 
 void tst_StudioWindow::hostsTheMdiArea()
@@ -419,9 +417,7 @@ void tst_StudioWindow::printingUsesSeveralSheetsForAWideLevel()
         QFile file(dir.filePath(name));
         if (!file.open(QIODevice::ReadOnly))
             return -1;
-        const QByteArray data = file.readAll();
-        static const QRegularExpression page(QStringLiteral("/Type\\s*/Page(?!s)"));
-        return int(QString::fromLatin1(data).count(page));
+        return pdfPageCount(file.readAll());
     };
     const int wide = sheets(QStringLiteral("wide.pdf"));
     QVERIFY2(wide > 1, qPrintable(QString::number(wide)));
@@ -436,11 +432,7 @@ void tst_StudioWindow::pinValuesOnlyWhileOnline()
     QVERIFY(menu);
     const auto entry = [menu](const QString& text) -> QAction* {
         QMetaObject::invokeMethod(menu, "aboutToShow");
-        for (QAction* action : menu->actions()) {
-            if (action->text() == text)
-                return action;
-        }
-        return nullptr;
+        return actionNamed(menu, text);
     };
     QVERIFY(entry(QStringLiteral("Name"))->isChecked());
     QVERIFY(!entry(QStringLiteral("Wert"))->isEnabled());

@@ -1,6 +1,8 @@
-#include "../scene/SceneTestSupport.h"
-#include "TestModel.h"
+#include "SceneTestSupport.h"
+#include "CountingCommand.h"
+#include "MenuLookup.h"
 #include "PlainCodeView.h"
+#include "TestModel.h"
 #include "TestRegistry.h"
 
 #include "Block.h"
@@ -39,7 +41,6 @@
 #include <QMimeData>
 #include <QSignalSpy>
 #include <QTest>
-#include <QUndoCommand>
 #include <QUndoStack>
 
 #include <memory>
@@ -85,41 +86,6 @@ public:
     int stepOuts = 0;
     int properties = 0;
 };
-
-class CountingCommand : public QUndoCommand
-{
-public:
-    CountingCommand(int* undos, int* redos)
-        : m_undos(undos)
-        , m_redos(redos)
-    {
-    }
-    void undo() override { ++*m_undos; }
-    void redo() override { ++*m_redos; }
-
-private:
-    int* m_undos;
-    int* m_redos;
-};
-
-QStringList textsOf(const QMenu* menu)
-{
-    QStringList texts;
-    for (QAction* action : menu->actions()) {
-        if (!action->isSeparator())
-            texts.append(action->text());
-    }
-    return texts;
-}
-
-QAction* actionOf(const QMenu* menu, const QString& text)
-{
-    for (QAction* action : menu->actions()) {
-        if (action->text() == text)
-            return action;
-    }
-    return nullptr;
-}
 
 // Holds Control down for the application as long as it lives, as a user's hand on the key would.
 class ControlHeld
@@ -277,7 +243,7 @@ void tst_BlockCodeViewMenu::oneSelectedBlockAndEmptySpaceGiveTheEmptySpaceEntrie
     static_cast<BlockCodeScene*>(m_view->scene())->blockItem(m_and->identifier())->setSelected(true);
     BlockCodeViewMenu menu(m_view.get());
     prepareAt(menu, QPointF(500000, 500000));
-    QCOMPARE(textsOf(&menu), (QStringList{QStringLiteral("Eigenschaften"), QStringLiteral("Ebene höher"),
+    QCOMPARE(actionTexts(&menu), (QStringList{QStringLiteral("Eigenschaften"), QStringLiteral("Ebene höher"),
                                           QStringLiteral("Anschlüsse anzeigen als "), QStringLiteral("Rückgängig"),
                                           QStringLiteral("Wiederherstellen")}));
 }
@@ -287,7 +253,7 @@ void tst_BlockCodeViewMenu::emptySpaceOfADefinitionScene()
     show(BlockDefinitionScene::forCode(m_code));
     BlockCodeViewMenu menu(m_view.get());
     prepareAt(menu, QPointF(500000, 500000));
-    QCOMPARE(textsOf(&menu), (QStringList{QStringLiteral("Eigenschaften"), QStringLiteral("Ebene höher"),
+    QCOMPARE(actionTexts(&menu), (QStringList{QStringLiteral("Eigenschaften"), QStringLiteral("Ebene höher"),
                                           QStringLiteral("Rückgängig"), QStringLiteral("Wiederherstellen")}));
 }
 
@@ -308,7 +274,7 @@ void tst_BlockCodeViewMenu::menuWithoutSceneOffersTheViewEntries()
 {
     BlockCodeViewMenu menu(m_view.get());
     prepareAt(menu, QPointF(0, 0));
-    QCOMPARE(textsOf(&menu), (QStringList{QStringLiteral("Eigenschaften"), QStringLiteral("Ebene höher"),
+    QCOMPARE(actionTexts(&menu), (QStringList{QStringLiteral("Eigenschaften"), QStringLiteral("Ebene höher"),
                                           QStringLiteral("Rückgängig"), QStringLiteral("Wiederherstellen")}));
 }
 
@@ -319,9 +285,9 @@ void tst_BlockCodeViewMenu::prepareTwiceBuildsAfresh()
     BlockCodeViewMenu menu(m_view.get());
     prepareAt(menu, QPointF(500000, 500000));
     prepareAt(menu, centreOf(m_not));
-    QVERIFY(!textsOf(&menu).contains(QStringLiteral("Ebene höher")));
-    QCOMPARE(textsOf(&menu).count(ShowInHierarchy), 1);
-    actionOf(&menu, ShowInHierarchy)->trigger();
+    QVERIFY(!actionTexts(&menu).contains(QStringLiteral("Ebene höher")));
+    QCOMPARE(actionTexts(&menu).count(ShowInHierarchy), 1);
+    actionNamed(&menu, ShowInHierarchy)->trigger();
     // One relay, however often the menu was prepared.
     QCOMPARE(spy.size(), 1);
 }
@@ -331,20 +297,20 @@ void tst_BlockCodeViewMenu::openIsOfferedForBlocksWithCode()
     show(rootScene());
     BlockCodeViewMenu menu(m_view.get());
     prepareAt(menu, centreOf(m_regler));
-    QAction* open = actionOf(&menu, QStringLiteral("Öffnen"));
+    QAction* open = actionNamed(&menu, QStringLiteral("Öffnen"));
     QVERIFY(open);
     QVERIFY(open->isEnabled());
     QCOMPARE(menu.defaultAction(), open);
-    QCOMPARE(textsOf(&menu).first(), QStringLiteral("Öffnen"));
+    QCOMPARE(actionTexts(&menu).first(), QStringLiteral("Öffnen"));
 
     // A block without code of its own may be opened by nobody; the entry stays, disabled, and the
     // block's own entries choose the default.
     prepareAt(menu, centreOf(m_and));
-    open = actionOf(&menu, QStringLiteral("Öffnen"));
+    open = actionNamed(&menu, QStringLiteral("Öffnen"));
     QVERIFY(open);
     QVERIFY(!open->isEnabled());
     QVERIFY(menu.defaultAction() != open);
-    QCOMPARE(menu.defaultAction(), actionOf(&menu, QStringLiteral("Eigenschaften")));
+    QCOMPARE(menu.defaultAction(), actionNamed(&menu, QStringLiteral("Eigenschaften")));
 }
 
 void tst_BlockCodeViewMenu::toolBlockCannotBeOpened()
@@ -354,8 +320,8 @@ void tst_BlockCodeViewMenu::toolBlockCannotBeOpened()
     show(rootScene());
     BlockCodeViewMenu menu(m_view.get());
     prepareAt(menu, centreOf(constant));
-    QVERIFY(!actionOf(&menu, QStringLiteral("Öffnen")));
-    QVERIFY(actionOf(&menu, ShowInHierarchy));
+    QVERIFY(!actionNamed(&menu, QStringLiteral("Öffnen")));
+    QVERIFY(actionNamed(&menu, ShowInHierarchy));
 }
 
 void tst_BlockCodeViewMenu::openStepsIntoTheSelectedBlock()
@@ -363,7 +329,7 @@ void tst_BlockCodeViewMenu::openStepsIntoTheSelectedBlock()
     show(rootScene());
     BlockCodeViewMenu menu(m_view.get());
     prepareAt(menu, centreOf(m_regler));
-    actionOf(&menu, QStringLiteral("Öffnen"))->trigger();
+    actionNamed(&menu, QStringLiteral("Öffnen"))->trigger();
     QCOMPARE(m_view->stepIns, 1);
 }
 
@@ -386,7 +352,7 @@ void tst_BlockCodeViewMenu::standardBlockOffersNoConversionByDefault()
     std::unique_ptr<ControlHeld> held(control ? new ControlHeld : nullptr);
     QCOMPARE(bool(QGuiApplication::keyboardModifiers() & Qt::ControlModifier), control);
     prepareAt(menu, centreOf(m_and));
-    const QStringList texts = textsOf(&menu);
+    const QStringList texts = actionTexts(&menu);
     QVERIFY(texts.contains(ShowInLibrary));
     QVERIFY(!texts.contains(Convert));
     QVERIFY(!texts.contains(Bind));
@@ -401,7 +367,7 @@ void tst_BlockCodeViewMenu::standardBlockConversionInAHierarchyScene()
         ControlHeld held;
         prepareAt(menu, centreOf(m_and));
     }
-    QAction* convert = actionOf(&menu, Convert);
+    QAction* convert = actionNamed(&menu, Convert);
     QVERIFY(convert);
     QVERIFY(convert->isEnabled());
     // The conversion of the whole path needs at least three levels; the root's blocks have two.
@@ -420,7 +386,7 @@ void tst_BlockCodeViewMenu::standardBlockConversionIsDisabledOnline()
         ControlHeld held;
         prepareAt(menu, centreOf(m_and));
     }
-    QAction* convert = actionOf(&menu, Convert);
+    QAction* convert = actionNamed(&menu, Convert);
     QVERIFY(convert);
     QVERIFY(!convert->isEnabled());
     m_model->area()->setOnline(false);
@@ -436,7 +402,7 @@ void tst_BlockCodeViewMenu::standardBlockConversionInADefinitionScene()
         ControlHeld held;
         prepareAt(menu, centreOf(m_and));
     }
-    QAction* convert = actionOf(&menu, Convert);
+    QAction* convert = actionNamed(&menu, Convert);
     QVERIFY(convert);
     QVERIFY(convert->isEnabled());
     convert->trigger();
@@ -454,15 +420,15 @@ void tst_BlockCodeViewMenu::faultyLocalBlockIsMended()
     show(rootScene());
     BlockCodeViewMenu menu(m_view.get());
     prepareAt(menu, centreOf(m_and));
-    QAction* mend = actionOf(&menu, Convert);
+    QAction* mend = actionNamed(&menu, Convert);
     QVERIFY(mend);
     QVERIFY(!mend->isEnabled());
-    QVERIFY(!actionOf(&menu, Bind));
-    QVERIFY(!actionOf(&menu, ShowInLibrary));
+    QVERIFY(!actionNamed(&menu, Bind));
+    QVERIFY(!actionNamed(&menu, ShowInLibrary));
 
     show(BlockDefinitionScene::forCode(m_code));
     prepareAt(menu, centreOf(m_and));
-    mend = actionOf(&menu, Convert);
+    mend = actionNamed(&menu, Convert);
     QVERIFY(mend->isEnabled());
     mend->trigger();
     QCOMPARE(m_and->error(), 0);
@@ -476,13 +442,13 @@ void tst_BlockCodeViewMenu::localBlockIsBoundBack()
     show(rootScene());
     BlockCodeViewMenu menu(m_view.get());
     prepareAt(menu, centreOf(m_and));
-    QAction* bind = actionOf(&menu, Bind);
+    QAction* bind = actionNamed(&menu, Bind);
     QVERIFY(bind);
     QVERIFY(!bind->isEnabled());
 
     show(BlockDefinitionScene::forCode(m_code));
     prepareAt(menu, centreOf(m_and));
-    bind = actionOf(&menu, Bind);
+    bind = actionNamed(&menu, Bind);
     QVERIFY(bind->isEnabled());
     bind->trigger();
     QCOMPARE(m_and->blockDefinition(), library);
@@ -504,7 +470,7 @@ void tst_BlockCodeViewMenu::localParameterDefinitionBlockOffersNoConversion()
     show(BlockDefinitionScene::forCode(m_code));
     BlockCodeViewMenu menu(m_view.get());
     prepareAt(menu, centreOf(holder));
-    const QStringList texts = textsOf(&menu);
+    const QStringList texts = actionTexts(&menu);
     QVERIFY(!texts.contains(Convert));
     QVERIFY(!texts.contains(Bind));
     QVERIFY(!texts.contains(ShowInLibrary));
@@ -520,26 +486,26 @@ void tst_BlockCodeViewMenu::userLibraryBlockConversions()
     show(rootScene());
     BlockCodeViewMenu menu(m_view.get());
     prepareAt(menu, centreOf(own));
-    QStringList texts = textsOf(&menu);
+    QStringList texts = actionTexts(&menu);
     const qsizetype library = texts.indexOf(ShowInLibrary);
     QVERIFY(library >= 0);
     QCOMPARE(texts.value(library + 1), Convert);
     QCOMPARE(texts.value(library + 2), NewVersion);
-    QVERIFY(!actionOf(&menu, Convert)->isEnabled());
-    QVERIFY(!actionOf(&menu, NewVersion)->isEnabled());
-    QVERIFY(actionOf(&menu, ShowInLibrary)->isEnabled());
+    QVERIFY(!actionNamed(&menu, Convert)->isEnabled());
+    QVERIFY(!actionNamed(&menu, NewVersion)->isEnabled());
+    QVERIFY(actionNamed(&menu, ShowInLibrary)->isEnabled());
 
     show(BlockDefinitionScene::forCode(m_code));
     prepareAt(menu, centreOf(own));
-    QVERIFY(actionOf(&menu, Convert)->isEnabled());
-    QAction* version = actionOf(&menu, NewVersion);
+    QVERIFY(actionNamed(&menu, Convert)->isEnabled());
+    QAction* version = actionNamed(&menu, NewVersion);
     QVERIFY(version->isEnabled());
     version->trigger();
     QCOMPARE(user->versions().size(), 2);
     QCOMPARE(own->blockDefinition()->version(), user->versions().last());
 
     prepareAt(menu, centreOf(own));
-    actionOf(&menu, Convert)->trigger();
+    actionNamed(&menu, Convert)->trigger();
     QVERIFY(own->block()->isLocalBlock());
 }
 
@@ -550,7 +516,7 @@ void tst_BlockCodeViewMenu::showInHierarchyView()
     QSignalSpy spy(m_view.get(), &BlockCodeView::needToShowInHierarchyView);
     BlockCodeViewMenu menu(m_view.get());
     prepareAt(menu, centreOf(m_not));
-    actionOf(&menu, ShowInHierarchy)->trigger();
+    actionNamed(&menu, ShowInHierarchy)->trigger();
     QCOMPARE(spy.size(), 1);
     QCOMPARE(spy.at(0).at(0).toString(), QStringLiteral("A1:0.3.%1").arg(m_not->identifier()));
 }
@@ -561,7 +527,7 @@ void tst_BlockCodeViewMenu::showInLibraryView()
     QSignalSpy spy(m_view.get(), &BlockCodeView::needToShowInLibraryView);
     BlockCodeViewMenu menu(m_view.get());
     prepareAt(menu, centreOf(m_not));
-    QAction* library = actionOf(&menu, ShowInLibrary);
+    QAction* library = actionNamed(&menu, ShowInLibrary);
     QVERIFY(library);
     // The definition's type is only declared in the view's header, so the spy cannot keep the value.
     QList<BlockDefinition*> seen;
@@ -579,10 +545,10 @@ void tst_BlockCodeViewMenu::copyBlock()
     QGuiApplication::clipboard()->clear();
     BlockCodeViewMenu menu(m_view.get());
     prepareAt(menu, centreOf(m_not));
-    QAction* copy = actionOf(&menu, QStringLiteral("Baustein kopieren"));
+    QAction* copy = actionNamed(&menu, QStringLiteral("Baustein kopieren"));
     QVERIFY(copy);
     QVERIFY(copy->isEnabled());
-    QCOMPARE(textsOf(&menu).last(), QStringLiteral("Baustein kopieren"));
+    QCOMPARE(actionTexts(&menu).last(), QStringLiteral("Baustein kopieren"));
     copy->trigger();
     const QMimeData* data = QGuiApplication::clipboard()->mimeData();
     QVERIFY(data && data->hasFormat(BlockCode::TransferMimeType));
@@ -598,8 +564,8 @@ void tst_BlockCodeViewMenu::pinEntries()
     input->addContextMenuActions(&expected);
     BlockCodeViewMenu menu(m_view.get());
     prepareAt(menu, input->mapToScene(1500, 0));
-    QCOMPARE(textsOf(&menu), textsOf(&expected));
-    QVERIFY(textsOf(&menu).contains(QStringLiteral("mit Konstante belegen")));
+    QCOMPARE(actionTexts(&menu), actionTexts(&expected));
+    QVERIFY(actionTexts(&menu).contains(QStringLiteral("mit Konstante belegen")));
 }
 
 void tst_BlockCodeViewMenu::connectionEntries()
@@ -610,11 +576,11 @@ void tst_BlockCodeViewMenu::connectionEntries()
     BlockCodeViewMenu menu(m_view.get());
     // Between the corners at (30, 11) and (30, 14).
     prepareAt(menu, QPointF(30000, 12500));
-    QCOMPARE(textsOf(&menu), (QStringList{QStringLiteral("Verlauf hervorheben"), QStringLiteral("Verbindung löschen")}));
-    QVERIFY(!actionOf(&menu, QStringLiteral("Verbindung löschen"))->isEnabled());
+    QCOMPARE(actionTexts(&menu), (QStringList{QStringLiteral("Verlauf hervorheben"), QStringLiteral("Verbindung löschen")}));
+    QVERIFY(!actionNamed(&menu, QStringLiteral("Verbindung löschen"))->isEnabled());
     m_view->readOnly = false;
     prepareAt(menu, QPointF(30000, 12500));
-    QVERIFY(actionOf(&menu, QStringLiteral("Verbindung löschen"))->isEnabled());
+    QVERIFY(actionNamed(&menu, QStringLiteral("Verbindung löschen"))->isEnabled());
     Q_UNUSED(connection)
 }
 
@@ -625,7 +591,7 @@ void tst_BlockCodeViewMenu::removingTheConnectionBypassesTheUndoStack()
     m_view->readOnly = false;
     BlockCodeViewMenu menu(m_view.get());
     prepareAt(menu, QPointF(30000, 12500));
-    actionOf(&menu, QStringLiteral("Verbindung löschen"))->trigger();
+    actionNamed(&menu, QStringLiteral("Verbindung löschen"))->trigger();
     QVERIFY(m_code->connections().isEmpty());
     QCOMPARE(scene->undoStack()->count(), 0);
 }
@@ -636,7 +602,7 @@ void tst_BlockCodeViewMenu::removingTheConnectionNeedsADefinitionScene()
     m_view->readOnly = false;
     BlockCodeViewMenu menu(m_view.get());
     prepareAt(menu, QPointF(30000, 12500));
-    actionOf(&menu, QStringLiteral("Verbindung löschen"))->trigger();
+    actionNamed(&menu, QStringLiteral("Verbindung löschen"))->trigger();
     QCOMPARE(m_code->connections().size(), 1);
 }
 
@@ -654,10 +620,10 @@ void tst_BlockCodeViewMenu::signalLabelEntries()
     QVERIFY(label);
     QMenu expected;
     label->addContextMenuActions(&expected);
-    QVERIFY(!textsOf(&expected).isEmpty());
+    QVERIFY(!actionTexts(&expected).isEmpty());
     BlockCodeViewMenu menu(m_view.get());
     prepareAt(menu, label->sceneBoundingRect().center());
-    QCOMPARE(textsOf(&menu), textsOf(&expected));
+    QCOMPARE(actionTexts(&menu), actionTexts(&expected));
 }
 
 void tst_BlockCodeViewMenu::viewEntriesOfAHierarchyNodeView()
@@ -672,9 +638,9 @@ void tst_BlockCodeViewMenu::viewEntriesOfAHierarchyNodeView()
     BlockCodeViewMenu menu(&view);
     menu.setView(&view);
     menu.prepare(view.viewport()->mapToGlobal(view.mapFromScene(QPointF(500000, 500000))));
-    QStringList texts = textsOf(&menu);
+    QStringList texts = actionTexts(&menu);
     QCOMPARE(texts.first(), QStringLiteral("&Bearbeiten"));
-    QAction* edit = actionOf(&menu, QStringLiteral("&Bearbeiten"));
+    QAction* edit = actionNamed(&menu, QStringLiteral("&Bearbeiten"));
     QVERIFY(edit->isCheckable());
     QCOMPARE(edit->isChecked(), view.isBlockDefinitionEditMode());
     QCOMPARE(edit->isEnabled(), view.isEditAllowed());
@@ -689,16 +655,16 @@ void tst_BlockCodeViewMenu::viewEntriesOfOtherViews()
     show(rootScene());
     BlockCodeViewMenu menu(m_view.get());
     prepareAt(menu, QPointF(500000, 500000));
-    QVERIFY(!actionOf(&menu, QStringLiteral("&Bearbeiten")));
-    QAction* up = actionOf(&menu, QStringLiteral("Ebene höher"));
+    QVERIFY(!actionNamed(&menu, QStringLiteral("&Bearbeiten")));
+    QAction* up = actionNamed(&menu, QStringLiteral("Ebene höher"));
     QVERIFY(!up->isEnabled());
     m_view->stepOutAllowed = true;
     prepareAt(menu, QPointF(500000, 500000));
-    up = actionOf(&menu, QStringLiteral("Ebene höher"));
+    up = actionNamed(&menu, QStringLiteral("Ebene höher"));
     QVERIFY(up->isEnabled());
     up->trigger();
     QCOMPARE(m_view->stepOuts, 1);
-    actionOf(&menu, QStringLiteral("Eigenschaften"))->trigger();
+    actionNamed(&menu, QStringLiteral("Eigenschaften"))->trigger();
     QCOMPARE(m_view->properties, 1);
 }
 
@@ -711,19 +677,19 @@ void tst_BlockCodeViewMenu::undoAndRedoEntries()
     scene->undoStack()->push(new CountingCommand(&undos, &redos));
     BlockCodeViewMenu menu(m_view.get());
     prepareAt(menu, QPointF(500000, 500000));
-    QVERIFY(!actionOf(&menu, QStringLiteral("Rückgängig"))->isEnabled());
-    QVERIFY(!actionOf(&menu, QStringLiteral("Wiederherstellen"))->isEnabled());
+    QVERIFY(!actionNamed(&menu, QStringLiteral("Rückgängig"))->isEnabled());
+    QVERIFY(!actionNamed(&menu, QStringLiteral("Wiederherstellen"))->isEnabled());
     m_view->readOnly = false;
     prepareAt(menu, QPointF(500000, 500000));
-    actionOf(&menu, QStringLiteral("Rückgängig"))->trigger();
+    actionNamed(&menu, QStringLiteral("Rückgängig"))->trigger();
     QCOMPARE(undos, 1);
-    actionOf(&menu, QStringLiteral("Wiederherstellen"))->trigger();
+    actionNamed(&menu, QStringLiteral("Wiederherstellen"))->trigger();
     QCOMPARE(redos, 2);
 
     // In a hierarchy scene there is no stack to work on.
     show(rootScene());
     prepareAt(menu, QPointF(500000, 500000));
-    actionOf(&menu, QStringLiteral("Rückgängig"))->trigger();
+    actionNamed(&menu, QStringLiteral("Rückgängig"))->trigger();
     QCOMPARE(undos, 1);
 }
 
@@ -752,27 +718,14 @@ void tst_BlockCodeViewMenu::pinDisplaySubmenu()
     QFETCH(QString, ticked);
     System::instance().setUserAccessLevelCode(level);
     BlockHierarchyNodeScene* scene = rootScene();
-    switch (mode) {
-    case 1:
-        scene->showPinsLocationPath();
-        break;
-    case 2:
-        scene->showPinsMemoryAddress();
-        break;
-    case 3:
-        scene->showPinsCurrentValue();
-        break;
-    default:
-        scene->showPinsName();
-        break;
-    }
+    showPinsAs(scene, mode);
     show(scene);
     BlockCodeViewMenu menu(m_view.get());
     prepareAt(menu, QPointF(500000, 500000));
-    QAction* entry = actionOf(&menu, QStringLiteral("Anschlüsse anzeigen als "));
+    QAction* entry = actionNamed(&menu, QStringLiteral("Anschlüsse anzeigen als "));
     QVERIFY(entry && entry->menu());
     QMenu* pins = entry->menu();
-    QCOMPARE(textsOf(pins), entries);
+    QCOMPARE(actionTexts(pins), entries);
     QStringList checked;
     for (QAction* action : pins->actions()) {
         QVERIFY(action->isCheckable());
@@ -794,12 +747,12 @@ void tst_BlockCodeViewMenu::pinDisplaySubmenuDrivesTheScene()
     show(scene);
     BlockCodeViewMenu menu(m_view.get());
     prepareAt(menu, QPointF(500000, 500000));
-    QMenu* pins = actionOf(&menu, QStringLiteral("Anschlüsse anzeigen als "))->menu();
-    actionOf(pins, QStringLiteral("Pfad"))->trigger();
+    QMenu* pins = actionNamed(&menu, QStringLiteral("Anschlüsse anzeigen als "))->menu();
+    actionNamed(pins, QStringLiteral("Pfad"))->trigger();
     QCOMPARE(scene->pinDisplayMode(), 1);
-    actionOf(pins, QStringLiteral("Adresse"))->trigger();
+    actionNamed(pins, QStringLiteral("Adresse"))->trigger();
     QCOMPARE(scene->pinDisplayMode(), 2);
-    actionOf(pins, QStringLiteral("Name"))->trigger();
+    actionNamed(pins, QStringLiteral("Name"))->trigger();
     QCOMPARE(scene->pinDisplayMode(), 0);
 }
 
@@ -810,16 +763,16 @@ void tst_BlockCodeViewMenu::valueIsTickedOfflineButDisabled()
     show(scene);
     BlockCodeViewMenu menu(m_view.get());
     prepareAt(menu, QPointF(500000, 500000));
-    QMenu* pins = actionOf(&menu, QStringLiteral("Anschlüsse anzeigen als "))->menu();
-    QAction* value = actionOf(pins, QStringLiteral("Wert"));
+    QMenu* pins = actionNamed(&menu, QStringLiteral("Anschlüsse anzeigen als "))->menu();
+    QAction* value = actionNamed(pins, QStringLiteral("Wert"));
     QVERIFY(!value->isEnabled());
     QVERIFY(value->isChecked());
 
     QVERIFY(m_model->area()->setOnline(true));
     scene->showPinsCurrentValue();
     prepareAt(menu, QPointF(500000, 500000));
-    pins = actionOf(&menu, QStringLiteral("Anschlüsse anzeigen als "))->menu();
-    QVERIFY(actionOf(pins, QStringLiteral("Wert"))->isEnabled());
+    pins = actionNamed(&menu, QStringLiteral("Anschlüsse anzeigen als "))->menu();
+    QVERIFY(actionNamed(pins, QStringLiteral("Wert"))->isEnabled());
     m_model->area()->setOnline(false);
 }
 
@@ -837,7 +790,7 @@ void tst_BlockCodeViewMenu::unbindIncludingTheHierarchy()
         ControlHeld held;
         prepareAt(menu, centreOf(inner));
     }
-    QAction* convert = actionOf(&menu, Convert);
+    QAction* convert = actionNamed(&menu, Convert);
     QVERIFY(convert);
     QVERIFY(convert->isEnabled());
     const QString reglerPath = QStringLiteral("A1:0.%1").arg(m_regler->identifier());
@@ -868,7 +821,7 @@ void tst_BlockCodeViewMenu::unbindIncludingTheHierarchyNeedsThreeLevels()
         ControlHeld held;
         prepareAt(menu, centreOf(m_regler));
     }
-    actionOf(&menu, Convert)->trigger();
+    actionNamed(&menu, Convert)->trigger();
     QVERIFY(m_view->navigations.isEmpty());
     QVERIFY(m_regler->block()->isStandardBlock());
 }
@@ -900,8 +853,8 @@ void tst_BlockCodeViewMenu::itemThatDiesWhileTheMenuIsOpen()
     QSignalSpy library(m_view.get(), &BlockCodeView::needToShowInLibraryView);
     BlockCodeViewMenu menu(m_view.get());
     prepareAt(menu, centreOf(m_not));
-    QAction* showInHierarchy = actionOf(&menu, ShowInHierarchy);
-    QAction* showInLibrary = actionOf(&menu, ShowInLibrary);
+    QAction* showInHierarchy = actionNamed(&menu, ShowInHierarchy);
+    QAction* showInLibrary = actionNamed(&menu, ShowInLibrary);
     const unsigned int identifier = m_not->identifier();
     // An active scene deletes the item of a removed instance at once.
     QEvent activate(QEvent::WindowActivate);

@@ -1,4 +1,5 @@
-#include "../scene/SceneTestSupport.h"
+#include "CountingCommand.h"
+#include "SceneTestSupport.h"
 #include "TestModel.h"
 #include "TestRegistry.h"
 
@@ -30,7 +31,6 @@
 #include <QGraphicsItemGroup>
 #include <QGraphicsLineItem>
 #include <QGraphicsRectItem>
-#include <QGraphicsSceneDragDropEvent>
 #include <QGraphicsSceneMouseEvent>
 #include <QGraphicsSceneWheelEvent>
 #include <QKeySequence>
@@ -39,7 +39,6 @@
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
-#include <QUndoCommand>
 #include <QUndoStack>
 #include <QUndoView>
 
@@ -48,23 +47,6 @@
 namespace {
 
 const QString DefinitionMime = QStringLiteral("zk6/blockdefinitionidentifier");
-
-// Counts how often the stack runs it, so that a test sees which way the stack went.
-class CountingCommand : public QUndoCommand
-{
-public:
-    CountingCommand(int* undos, int* redos)
-        : m_undos(undos)
-        , m_redos(redos)
-    {
-    }
-    void undo() override { ++*m_undos; }
-    void redo() override { ++*m_redos; }
-
-private:
-    int* m_undos;
-    int* m_redos;
-};
 
 // A mouse event as a view sends it during a drag: the press position stays the button-down position.
 void sendMouse(QGraphicsScene* scene, QEvent::Type type, QPointF scenePos, QPointF downPos,
@@ -88,33 +70,13 @@ Qt::DropAction sendDrag(QGraphicsScene* scene, QEvent::Type type, const QByteArr
 {
     QMimeData data;
     data.setData(format, payload);
-    QGraphicsSceneDragDropEvent event(type);
-    event.setScenePos(scenePos);
-    event.setMimeData(&data);
-    event.setPossibleActions(Qt::CopyAction | Qt::LinkAction);
-    event.setProposedAction(Qt::CopyAction);
-    event.setDropAction(Qt::CopyAction);
-    event.setButtons(Qt::LeftButton);
-    QApplication::sendEvent(scene, &event);
-    return event.dropAction();
+    return sendSceneDrag(scene, type, &data, scenePos, Qt::CopyAction | Qt::LinkAction);
 }
 
 bool sendChord(QGraphicsScene* scene, QKeySequence::StandardKey standard)
 {
     const QKeyCombination combination = QKeySequence(standard)[0];
     return sendSceneKey(scene, combination.key(), combination.keyboardModifiers());
-}
-
-template <typename T>
-QList<T*> itemsOf(QGraphicsScene* scene)
-{
-    QList<T*> result;
-    const QList<QGraphicsItem*> items = scene->items();
-    for (QGraphicsItem* item : items) {
-        if (auto* wanted = dynamic_cast<T*>(item))
-            result.append(wanted);
-    }
-    return result;
 }
 
 QGraphicsItemGroup* gridOf(QGraphicsScene* scene)

@@ -1,4 +1,4 @@
-#include "../scene/SceneTestSupport.h"
+#include "SceneTestSupport.h"
 #include "TestModel.h"
 #include "TestRegistry.h"
 
@@ -21,7 +21,6 @@
 #include "System.h"
 
 #include <QApplication>
-#include <QGraphicsSceneDragDropEvent>
 #include <QGraphicsSceneWheelEvent>
 #include <QMimeData>
 #include <QPointer>
@@ -32,32 +31,9 @@
 
 namespace {
 
-int signalLabelItemCount(QGraphicsScene* scene)
-{
-    int count = 0;
-    const QList<QGraphicsItem*> items = scene->items();
-    for (QGraphicsItem* item : items) {
-        if (dynamic_cast<SignalLabelItem*>(item))
-            ++count;
-    }
-    return count;
-}
-
 void activate(QGraphicsScene* scene)
 {
     QEvent event(QEvent::WindowActivate);
-    QApplication::sendEvent(scene, &event);
-}
-
-void sendDrag(QGraphicsScene* scene, QEvent::Type type, QMimeData* data, QPointF scenePos)
-{
-    QGraphicsSceneDragDropEvent event(type);
-    event.setScenePos(scenePos);
-    event.setMimeData(data);
-    event.setPossibleActions(Qt::CopyAction);
-    event.setProposedAction(Qt::CopyAction);
-    event.setDropAction(Qt::CopyAction);
-    event.setButtons(Qt::LeftButton);
     QApplication::sendEvent(scene, &event);
 }
 
@@ -194,20 +170,7 @@ void tst_BlockHierarchyNodeScene::pinDisplayModeSlots()
     scene->showPinsLocationPath();
     if (mode == 1)
         scene->showPinsName();
-    switch (mode) {
-    case 0:
-        scene->showPinsName();
-        break;
-    case 1:
-        scene->showPinsLocationPath();
-        break;
-    case 2:
-        scene->showPinsMemoryAddress();
-        break;
-    default:
-        scene->showPinsCurrentValue();
-        break;
-    }
+    showPinsAs(scene, mode);
     QCOMPARE(scene->pinDisplayMode(), mode);
     int pins = 0;
     const QMap<unsigned int, BlockItem*> blocks = scene->blockItemMap();
@@ -317,14 +280,14 @@ void tst_BlockHierarchyNodeScene::signalLabelsAreAttachedAfterEachRebuild()
     QVERIFY(host->isVisible());
     // Rebuilding hands the label on again, which must not double its box.
     scene->rebuild();
-    QCOMPARE(signalLabelItemCount(scene), 1);
+    QCOMPARE(itemCount<SignalLabelItem>(scene), 1);
 
     // A label made after the scene appears with the next rebuild.
     SignalLabel* second = m_rootNode->createSignalLabel(m_not->identifier(), 1, QStringLiteral("Ventil"), 0);
     QVERIFY(second);
     BlockHierarchyNodeScene::forNode(m_rootNode);
     QVERIFY(scene->blockItem(m_not->identifier())->pinItem(1)->signalLabelHost()->labelItem(second));
-    QCOMPARE(signalLabelItemCount(scene), 2);
+    QCOMPARE(itemCount<SignalLabelItem>(scene), 2);
 }
 
 void tst_BlockHierarchyNodeScene::labelOfAMissingPinIsPassedOver()
@@ -347,7 +310,7 @@ void tst_BlockHierarchyNodeScene::labelOfAMissingPinIsPassedOver()
     BlockHierarchyNodeScene* scene = BlockHierarchyNodeScene::forNode(m_rootNode);
     QVERIFY(scene->blockItem(m_and->identifier()));
     QVERIFY(!scene->blockItem(m_and->identifier())->pinItem(3));
-    QCOMPARE(signalLabelItemCount(scene), 0);
+    QCOMPARE(itemCount<SignalLabelItem>(scene), 0);
     QCOMPARE(System::instance().messageCount(), messages);
 }
 
@@ -368,7 +331,7 @@ void tst_BlockHierarchyNodeScene::labelOfAMissingInstanceIsPassedOver()
 
     BlockHierarchyNodeScene::forNode(m_rootNode);
     QVERIFY(!scene->blockItem(gone));
-    QCOMPARE(signalLabelItemCount(scene), 0);
+    QCOMPARE(itemCount<SignalLabelItem>(scene), 0);
     QCOMPARE(System::instance().messageCount(), messages);
 }
 
@@ -379,9 +342,9 @@ void tst_BlockHierarchyNodeScene::dropChangesNothing()
     QMimeData data;
     data.setData(QStringLiteral("zk6/blockdefinitionidentifier"), QByteArrayLiteral("StandardBlock_2;0"));
     const QPointF at(70000, 70000);
-    sendDrag(scene, QEvent::GraphicsSceneDragEnter, &data, at);
-    sendDrag(scene, QEvent::GraphicsSceneDragMove, &data, at);
-    sendDrag(scene, QEvent::GraphicsSceneDrop, &data, at);
+    sendSceneDrag(scene, QEvent::GraphicsSceneDragEnter, &data, at);
+    sendSceneDrag(scene, QEvent::GraphicsSceneDragMove, &data, at);
+    sendSceneDrag(scene, QEvent::GraphicsSceneDrop, &data, at);
     QCOMPARE(m_root->instances().size(), before);
     QCOMPARE(scene->blockItemMap().size(), before);
 }

@@ -1,3 +1,4 @@
+#include "CountingCommand.h"
 #include "TestRegistry.h"
 
 #include "BlockUndoView.h"
@@ -7,30 +8,11 @@
 #include <QPushButton>
 #include <QSpacerItem>
 #include <QTest>
-#include <QUndoCommand>
 #include <QUndoStack>
 #include <QUndoView>
 #include <QVBoxLayout>
 
 namespace {
-
-// Counts how often it is undone and redone.
-class CountingCommand : public QUndoCommand
-{
-public:
-    CountingCommand(const QString& text, int* undos, int* redos)
-        : QUndoCommand(text)
-        , m_undos(undos)
-        , m_redos(redos)
-    {
-    }
-    void undo() override { ++*m_undos; }
-    void redo() override { ++*m_redos; }
-
-private:
-    int* m_undos;
-    int* m_redos;
-};
 
 void checkMargins(QLayout* layout)
 {

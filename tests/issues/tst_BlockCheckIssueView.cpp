@@ -1,3 +1,4 @@
+#include "IssueTable.h"
 #include "TestModel.h"
 #include "TestRegistry.h"
 
@@ -38,23 +39,13 @@ int changedReceivers(BlockDefinition* definition)
     return (definition->*count)(SIGNAL(changed()));
 }
 
-BlockCheckIssueWidgetPrivate* treeOf(BlockCheckIssueView& view)
-{
-    return view.findChild<BlockCheckIssueWidgetPrivate*>();
-}
-
-BlockCheckIssueEntry* entryOf(const QTreeWidgetItem* item)
-{
-    return item->data(0, Qt::UserRole).value<BlockCheckIssueEntry*>();
-}
-
 // Rows as "path number", in the order of the table's own rows.
 QStringList rows(BlockCheckIssueView& view)
 {
     QStringList out;
-    BlockCheckIssueWidgetPrivate* tree = treeOf(view);
+    BlockCheckIssueWidgetPrivate* tree = issueTable(&view);
     for (int i = 0; i < tree->topLevelItemCount(); ++i) {
-        const BlockCheckIssueEntry* entry = entryOf(tree->topLevelItem(i));
+        const BlockCheckIssueEntry* entry = issueEntryOf(tree->topLevelItem(i));
         out.append(QStringLiteral("%1 %2").arg(entry->locationPath()).arg(entry->number()));
     }
     out.sort();
@@ -63,9 +54,9 @@ QStringList rows(BlockCheckIssueView& view)
 
 QTreeWidgetItem* rowOf(BlockCheckIssueView& view, unsigned int number)
 {
-    BlockCheckIssueWidgetPrivate* tree = treeOf(view);
+    BlockCheckIssueWidgetPrivate* tree = issueTable(&view);
     for (int i = 0; i < tree->topLevelItemCount(); ++i) {
-        if (entryOf(tree->topLevelItem(i))->number() == number)
+        if (issueEntryOf(tree->topLevelItem(i))->number() == number)
             return tree->topLevelItem(i);
     }
     return nullptr;
@@ -123,7 +114,7 @@ void tst_BlockCheckIssueView::setUpOfTheView()
     QCOMPARE(widget->parentWidget(), &view);
     QCOMPARE(view.layout()->indexOf(widget), 0);
     // The widget was set up: the table has its columns.
-    QCOMPARE(treeOf(view)->columnCount(), 3);
+    QCOMPARE(issueTable(&view)->columnCount(), 3);
 }
 
 void tst_BlockCheckIssueView::rootUnderANodeListsItsIssues()
@@ -148,7 +139,7 @@ void tst_BlockCheckIssueView::changedTextKeepsTheOldRow()
     BlockCheckIssueView view(nullptr);
     view.setRoot(model.area()->rootDefinition(), rootNode(model));
     QTreeWidgetItem* row = rowOf(view, 1001);
-    BlockCheckIssueEntry* entry = entryOf(row);
+    BlockCheckIssueEntry* entry = issueEntryOf(row);
     const QString oldSource = row->text(1);
     gate->setName(QStringLiteral("Freigabe"));
     // The model's issue now names the block differently...
@@ -158,7 +149,7 @@ void tst_BlockCheckIssueView::changedTextKeepsTheOldRow()
     // ...but a known place and number keeps its entry and its text.
     view.checkForIssues();
     QCOMPARE(rowOf(view, 1001), row);
-    QCOMPARE(entryOf(row), entry);
+    QCOMPARE(issueEntryOf(row), entry);
     QCOMPARE(row->text(1), oldSource);
     QCOMPARE(entry->sourceName(), oldSource);
 }
@@ -169,17 +160,17 @@ void tst_BlockCheckIssueView::vanishedIssueGoesAndComesBackAsNewRow()
     BlockInstance* gate = openAnd(model);
     BlockCheckIssueView view(nullptr);
     view.setRoot(model.area()->rootDefinition(), rootNode(model));
-    QPointer<BlockCheckIssueEntry> old = entryOf(rowOf(view, 1002));
+    QPointer<BlockCheckIssueEntry> old = issueEntryOf(rowOf(view, 1002));
     gate->pin(2)->setInitialValue(QStringLiteral("TRUE"));
     view.checkForIssues();
-    QCOMPARE(treeOf(view)->topLevelItemCount(), 1);
+    QCOMPARE(issueTable(&view)->topLevelItemCount(), 1);
     QVERIFY(!rowOf(view, 1002));
     QVERIFY(old.isNull());
     gate->pin(2)->setInitialValue(QString());
     view.checkForIssues();
-    QCOMPARE(treeOf(view)->topLevelItemCount(), 2);
+    QCOMPARE(issueTable(&view)->topLevelItemCount(), 2);
     QVERIFY(rowOf(view, 1002));
-    QCOMPARE(entryOf(rowOf(view, 1002))->identifier(), QStringLiteral("%1_1002").arg(gate->identifier()));
+    QCOMPARE(issueEntryOf(rowOf(view, 1002))->identifier(), QStringLiteral("%1_1002").arg(gate->identifier()));
 }
 
 void tst_BlockCheckIssueView::pathIsPassedOnUnchangedWithoutRootNode()
@@ -191,9 +182,9 @@ void tst_BlockCheckIssueView::pathIsPassedOnUnchangedWithoutRootNode()
     QTreeWidgetItem* row = rowOf(view, 1001);
     QVERIFY(row);
     QSignalSpy spy(&view, &BlockCheckIssueView::needToShow);
-    Q_EMIT treeOf(view)->itemDoubleClicked(row, 2);
+    Q_EMIT issueTable(&view)->itemDoubleClicked(row, 2);
     QCOMPARE(spy.count(), 1);
-    QCOMPARE(spy.first().at(0).toString(), entryOf(row)->locationPath());
+    QCOMPARE(spy.first().at(0).toString(), issueEntryOf(row)->locationPath());
     QVERIFY(spy.first().at(0).toString().endsWith(QString::number(gate->identifier())));
 }
 
@@ -208,9 +199,9 @@ void tst_BlockCheckIssueView::pathIsMadeWholeUnderARootNode()
     view.setRoot(regler->blockDefinition(), node);
     QTreeWidgetItem* row = rowOf(view, 1001);
     QVERIFY(row);
-    QCOMPARE(entryOf(row)->locationPath(), QStringLiteral("1"));
+    QCOMPARE(issueEntryOf(row)->locationPath(), QStringLiteral("1"));
     QSignalSpy spy(&view, &BlockCheckIssueView::needToShow);
-    Q_EMIT treeOf(view)->itemDoubleClicked(row, 0);
+    Q_EMIT issueTable(&view)->itemDoubleClicked(row, 0);
     QCOMPARE(spy.count(), 1);
     QCOMPARE(spy.first().at(0).toString(), node->locationPath() + QStringLiteral(".1"));
 }
@@ -253,12 +244,12 @@ void tst_BlockCheckIssueView::definitionChangeReChecks()
     BlockDefinition* root = model.area()->rootDefinition();
     BlockCheckIssueView view(nullptr);
     view.setRoot(root, rootNode(model));
-    QCOMPARE(treeOf(view)->topLevelItemCount(), 2);
+    QCOMPARE(issueTable(&view)->topLevelItemCount(), 2);
     // A change that the code keeps quiet about, as a scene's own writes are.
     const bool saved = model.rootCode()->blockChangeSignals(true);
     gate->pin(1)->setInitialValue(QStringLiteral("TRUE"));
     model.rootCode()->blockChangeSignals(saved);
-    QCOMPARE(treeOf(view)->topLevelItemCount(), 2);
+    QCOMPARE(issueTable(&view)->topLevelItemCount(), 2);
     root->notifyChanged();
     QCOMPARE(rows(view), QStringList{QStringLiteral("%1 1002").arg(gate->identifier())});
 }
@@ -268,9 +259,9 @@ void tst_BlockCheckIssueView::codeEditReChecks()
     TestModel model;
     BlockCheckIssueView view(nullptr);
     view.setRoot(model.area()->rootDefinition(), rootNode(model));
-    QCOMPARE(treeOf(view)->topLevelItemCount(), 0);
+    QCOMPARE(issueTable(&view)->topLevelItemCount(), 0);
     BlockInstance* gate = openAnd(model);
-    QCOMPARE(treeOf(view)->topLevelItemCount(), 2);
+    QCOMPARE(issueTable(&view)->topLevelItemCount(), 2);
     gate->pin(1)->setInitialValue(QStringLiteral("TRUE"));
     QCOMPARE(rows(view), QStringList{QStringLiteral("%1 1002").arg(gate->identifier())});
 }
@@ -285,10 +276,10 @@ void tst_BlockCheckIssueView::accessLevelChangeReChecks()
     gate->pin(1)->setInitialValue(QStringLiteral("TRUE"));
     gate->pin(2)->setInitialValue(QStringLiteral("FALSE"));
     model.rootCode()->blockChangeSignals(saved);
-    QCOMPARE(treeOf(view)->topLevelItemCount(), 2);
+    QCOMPARE(issueTable(&view)->topLevelItemCount(), 2);
     const quint32 level = System::instance().userAccessLevelCode();
     System::instance().setUserAccessLevelCode(level == 5 ? 4 : 5);
-    QCOMPARE(treeOf(view)->topLevelItemCount(), 0);
+    QCOMPARE(issueTable(&view)->topLevelItemCount(), 0);
     System::instance().setUserAccessLevelCode(level);
 }
 
@@ -299,13 +290,13 @@ void tst_BlockCheckIssueView::subInstancesAddTheirRowsAtOnce()
     regler->pin(1)->setInitialValue(QStringLiteral("TRUE"));
     BlockCheckIssueView view(nullptr);
     view.setRoot(model.area()->rootDefinition(), rootNode(model));
-    QCOMPARE(treeOf(view)->topLevelItemCount(), 0);
+    QCOMPARE(issueTable(&view)->topLevelItemCount(), 0);
     view.setCheckSubInstances(true);
     QVERIFY(view.checkSubInstances());
     const QString inner = QStringLiteral("%1.1").arg(regler->identifier());
     QCOMPARE(rows(view), (QStringList{inner + QStringLiteral(" 1001"), inner + QStringLiteral(" 1002")}));
     view.setCheckSubInstances(false);
-    QCOMPARE(treeOf(view)->topLevelItemCount(), 0);
+    QCOMPARE(issueTable(&view)->topLevelItemCount(), 0);
 }
 
 void tst_BlockCheckIssueView::nullRootGivesNoRows()
@@ -314,13 +305,13 @@ void tst_BlockCheckIssueView::nullRootGivesNoRows()
     openAnd(model);
     BlockCheckIssueView view(nullptr);
     view.setRoot(model.area()->rootDefinition(), rootNode(model));
-    QCOMPARE(treeOf(view)->topLevelItemCount(), 2);
+    QCOMPARE(issueTable(&view)->topLevelItemCount(), 2);
     view.setRoot(nullptr, static_cast<BlockInstanceHierarchyNode*>(nullptr));
     QCOMPARE(view.rootDefinition(), nullptr);
-    QCOMPARE(treeOf(view)->topLevelItemCount(), 0);
+    QCOMPARE(issueTable(&view)->topLevelItemCount(), 0);
     view.checkForIssues();
     view.setCheckSubInstances(true);
-    QCOMPARE(treeOf(view)->topLevelItemCount(), 0);
+    QCOMPARE(issueTable(&view)->topLevelItemCount(), 0);
 }
 
 void tst_BlockCheckIssueView::destructionDeletesTheEntries()
@@ -331,9 +322,9 @@ void tst_BlockCheckIssueView::destructionDeletesTheEntries()
     {
         BlockCheckIssueView view(nullptr);
         view.setRoot(model.area()->rootDefinition(), rootNode(model));
-        BlockCheckIssueWidgetPrivate* tree = treeOf(view);
+        BlockCheckIssueWidgetPrivate* tree = issueTable(&view);
         for (int i = 0; i < tree->topLevelItemCount(); ++i)
-            entries.append(entryOf(tree->topLevelItem(i)));
+            entries.append(issueEntryOf(tree->topLevelItem(i)));
         QCOMPARE(entries.size(), 2);
         for (const QPointer<BlockCheckIssueEntry>& entry : std::as_const(entries)) {
             QVERIFY(entry);
@@ -351,11 +342,11 @@ void tst_BlockCheckIssueView::definitionDeletedUnderTheView()
     BlockInstance* regler = ModelBuilder::place(model->rootCode(), definitionOf(*model, "StandardBlock_20"), {});
     BlockCheckIssueView view(nullptr);
     view.setRoot(regler->blockDefinition(), rootNode(*model)->instanceNode(regler->identifier()));
-    QCOMPARE(treeOf(view)->topLevelItemCount(), 2);
+    QCOMPARE(issueTable(&view)->topLevelItemCount(), 2);
     model.reset();
     QCOMPARE(view.rootDefinition(), nullptr);
     view.checkForIssues();
-    QCOMPARE(treeOf(view)->topLevelItemCount(), 0);
+    QCOMPARE(issueTable(&view)->topLevelItemCount(), 0);
     view.setCheckSubInstances(true);
     view.setRoot(nullptr, static_cast<BlockInstanceArea*>(nullptr));
 }

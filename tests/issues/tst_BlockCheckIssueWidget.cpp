@@ -1,3 +1,6 @@
+#include "IssueTable.h"
+#include "MenuLookup.h"
+#include "Pictures.h"
 #include "TestRegistry.h"
 
 #include "BlockCheckIssue.h"
@@ -20,6 +23,9 @@
 
 namespace {
 
+// The rows' icons are drawn at this size.
+constexpr int IconSide = 16;
+
 // Entries as the view would own them; the widget's rows only point at them.
 class Entries
 {
@@ -37,29 +43,6 @@ public:
 private:
     std::vector<std::unique_ptr<BlockCheckIssueEntry>> m_entries;
 };
-
-BlockCheckIssueWidgetPrivate* treeOf(BlockCheckIssueWidget& widget)
-{
-    return widget.findChild<BlockCheckIssueWidgetPrivate*>();
-}
-
-BlockCheckIssueEntry* entryOf(const QTreeWidgetItem* item)
-{
-    return item->data(0, Qt::UserRole).value<BlockCheckIssueEntry*>();
-}
-
-QImage iconImage(const QIcon& icon)
-{
-    return icon.pixmap(16, 16).toImage().convertToFormat(QImage::Format_ARGB32);
-}
-
-QStringList actionTexts(const QMenu* menu)
-{
-    QStringList texts;
-    for (QAction* action : menu->actions())
-        texts.append(action->isSeparator() ? QStringLiteral("-") : action->text());
-    return texts;
-}
 
 // The menu that the last right click made: menus are kept as children of the widget.
 QMenu* lastMenu(QWidget& widget)
@@ -96,7 +79,7 @@ void tst_BlockCheckIssueWidget::setUpBuildsTheTable()
     BlockCheckIssueWidget widget(&parent);
     widget.setUp();
     QCOMPARE(widget.property("HelpId").toString(), QStringLiteral("BlockCheckIssueWidget"));
-    BlockCheckIssueWidgetPrivate* tree = treeOf(widget);
+    BlockCheckIssueWidgetPrivate* tree = issueTable(&widget);
     QVERIFY(tree);
     QCOMPARE(tree->parentWidget(), &widget);
     QCOMPARE(tree->view, &parent);
@@ -122,13 +105,13 @@ void tst_BlockCheckIssueWidget::insertRendersTheRow()
     BlockCheckIssueEntry* entry = entries.make(QStringLiteral("0.7"), 1002, BlockCheckIssue::Error,
                                                QStringLiteral("UND (7)"), QStringLiteral("Der Eingang E2 ist offen."));
     widget.insertEntry(entry);
-    BlockCheckIssueWidgetPrivate* tree = treeOf(widget);
+    BlockCheckIssueWidgetPrivate* tree = issueTable(&widget);
     QCOMPARE(tree->topLevelItemCount(), 1);
     QTreeWidgetItem* row = tree->topLevelItem(0);
     QCOMPARE(row->text(0), QStringLiteral("1002"));
     QCOMPARE(row->text(1), QStringLiteral("UND (7)"));
     QCOMPARE(row->text(2), QStringLiteral("Der Eingang E2 ist offen."));
-    QCOMPARE(entryOf(row), entry);
+    QCOMPARE(issueEntryOf(row), entry);
     QCOMPARE(row->childCount(), 0);
 }
 
@@ -150,17 +133,17 @@ void tst_BlockCheckIssueWidget::iconsByLevel()
     BlockCheckIssueWidget widget(nullptr);
     widget.setUp();
     widget.insertEntry(entries.make(QStringLiteral("1"), 1001, level));
-    const QIcon icon = treeOf(widget)->topLevelItem(0)->icon(0);
+    const QIcon icon = issueTable(&widget)->topLevelItem(0)->icon(0);
     QVERIFY(!icon.isNull());
     if (resource.isEmpty()) {
         // A blank place holder of 14 by 14 keeps the numbers in line with those that have an icon.
         QCOMPARE(icon.availableSizes(), QList<QSize>{QSize(14, 14)});
         for (const QString& other : {QStringLiteral(":/Resources/information.png"), QStringLiteral(":/Resources/warning.png"),
                                      QStringLiteral(":/Resources/error.png")})
-            QVERIFY(iconImage(icon) != iconImage(QIcon(other)));
+            QVERIFY(iconImage(icon, IconSide) != iconImage(QIcon(other), IconSide));
     } else {
         QVERIFY(!QIcon(resource).pixmap(16, 16).isNull());
-        QCOMPARE(iconImage(icon), iconImage(QIcon(resource)));
+        QCOMPARE(iconImage(icon, IconSide), iconImage(QIcon(resource), IconSide));
     }
 }
 
@@ -172,10 +155,10 @@ void tst_BlockCheckIssueWidget::insertingTwiceKeepsOneRow()
     BlockCheckIssueEntry* entry = entries.make(QStringLiteral("1"), 1001);
     widget.insertEntry(entry);
     widget.insertEntry(entry);
-    QCOMPARE(treeOf(widget)->topLevelItemCount(), 1);
+    QCOMPARE(issueTable(&widget)->topLevelItemCount(), 1);
     widget.insertEntry(entries.make(QStringLiteral("1"), 1001));
     // Another entry object, even with the same key, is another row: the view decides what is new.
-    QCOMPARE(treeOf(widget)->topLevelItemCount(), 2);
+    QCOMPARE(issueTable(&widget)->topLevelItemCount(), 2);
 }
 
 void tst_BlockCheckIssueWidget::removeDeletesTheRow()
@@ -188,9 +171,9 @@ void tst_BlockCheckIssueWidget::removeDeletesTheRow()
     widget.insertEntry(first);
     widget.insertEntry(second);
     widget.removeEntry(first);
-    BlockCheckIssueWidgetPrivate* tree = treeOf(widget);
+    BlockCheckIssueWidgetPrivate* tree = issueTable(&widget);
     QCOMPARE(tree->topLevelItemCount(), 1);
-    QCOMPARE(entryOf(tree->topLevelItem(0)), second);
+    QCOMPARE(issueEntryOf(tree->topLevelItem(0)), second);
 }
 
 void tst_BlockCheckIssueWidget::removeOfUnknownEntryIsHarmless()
@@ -201,7 +184,7 @@ void tst_BlockCheckIssueWidget::removeOfUnknownEntryIsHarmless()
     widget.insertEntry(entries.make(QStringLiteral("1"), 1001));
     widget.removeEntry(entries.make(QStringLiteral("1"), 1001));
     widget.removeEntry(nullptr);
-    QCOMPARE(treeOf(widget)->topLevelItemCount(), 1);
+    QCOMPARE(issueTable(&widget)->topLevelItemCount(), 1);
 }
 
 void tst_BlockCheckIssueWidget::updateDeletesRowsWithoutEntry()
@@ -209,7 +192,7 @@ void tst_BlockCheckIssueWidget::updateDeletesRowsWithoutEntry()
     Entries entries;
     BlockCheckIssueWidget widget(nullptr);
     widget.setUp();
-    BlockCheckIssueWidgetPrivate* tree = treeOf(widget);
+    BlockCheckIssueWidgetPrivate* tree = issueTable(&widget);
     BlockCheckIssueEntry* entry = entries.make(QStringLiteral("1"), 1001);
     widget.insertEntry(entry);
     auto* stray = new QTreeWidgetItem;
@@ -220,7 +203,7 @@ void tst_BlockCheckIssueWidget::updateDeletesRowsWithoutEntry()
     QCOMPARE(tree->topLevelItemCount(), 2);
     widget.update();
     QCOMPARE(tree->topLevelItemCount(), 1);
-    QCOMPARE(entryOf(tree->topLevelItem(0)), entry);
+    QCOMPARE(issueEntryOf(tree->topLevelItem(0)), entry);
     // Rendering all rows brings back what the entry says.
     QCOMPARE(tree->topLevelItem(0)->text(2), QStringLiteral("Problem"));
 }
@@ -233,7 +216,7 @@ void tst_BlockCheckIssueWidget::numberColumnSortsAsText()
     widget.insertEntry(entries.make(QStringLiteral("1"), 9));
     widget.insertEntry(entries.make(QStringLiteral("2"), 10));
     widget.insertEntry(entries.make(QStringLiteral("3"), 2000));
-    BlockCheckIssueWidgetPrivate* tree = treeOf(widget);
+    BlockCheckIssueWidgetPrivate* tree = issueTable(&widget);
     tree->sortByColumn(0, Qt::AscendingOrder);
     QCOMPARE(tree->topLevelItem(0)->text(0), QStringLiteral("10"));
     QCOMPARE(tree->topLevelItem(1)->text(0), QStringLiteral("2000"));
@@ -246,7 +229,7 @@ void tst_BlockCheckIssueWidget::doubleClickAsksToShowAnyColumn()
     BlockCheckIssueWidget widget(nullptr);
     widget.setUp();
     widget.insertEntry(entries.make(QStringLiteral("0.5.12"), 1001));
-    BlockCheckIssueWidgetPrivate* tree = treeOf(widget);
+    BlockCheckIssueWidgetPrivate* tree = issueTable(&widget);
     QSignalSpy spy(&widget, &BlockCheckIssueWidget::needToShow);
     for (int column = 0; column < 3; ++column)
         Q_EMIT tree->itemDoubleClicked(tree->topLevelItem(0), column);
@@ -259,7 +242,7 @@ void tst_BlockCheckIssueWidget::doubleClickOnRowWithoutEntryIsSilent()
 {
     BlockCheckIssueWidget widget(nullptr);
     widget.setUp();
-    BlockCheckIssueWidgetPrivate* tree = treeOf(widget);
+    BlockCheckIssueWidgetPrivate* tree = issueTable(&widget);
     auto* stray = new QTreeWidgetItem(QStringList{QStringLiteral("1")});
     tree->addTopLevelItem(stray);
     QSignalSpy spy(&widget, &BlockCheckIssueWidget::needToShow);
@@ -274,11 +257,11 @@ void tst_BlockCheckIssueWidget::contextMenuOnEmptyList()
     BlockCheckIssueView view(nullptr);
     auto* widget = view.findChild<BlockCheckIssueWidget*>();
     QVERIFY(widget);
-    BlockCheckIssueWidgetPrivate* tree = treeOf(*widget);
+    BlockCheckIssueWidgetPrivate* tree = issueTable(widget);
     tree->onShowContextMenu(QPoint(5, 5));
     QMenu* menu = lastMenu(*widget);
     QVERIFY(menu);
-    QCOMPARE(actionTexts(menu), QStringList{QStringLiteral("Auch alle enthaltenen Bausteine prüfen")});
+    QCOMPARE(actionTextsWithSeparators(menu), QStringList{QStringLiteral("Auch alle enthaltenen Bausteine prüfen")});
     QAction* sub = menu->actions().first();
     QVERIFY(sub->isCheckable());
     QVERIFY(!sub->isChecked());
@@ -299,13 +282,13 @@ void tst_BlockCheckIssueWidget::contextMenuWithCurrentRow()
     Entries entries;
     BlockCheckIssueView view(nullptr);
     auto* widget = view.findChild<BlockCheckIssueWidget*>();
-    BlockCheckIssueWidgetPrivate* tree = treeOf(*widget);
+    BlockCheckIssueWidgetPrivate* tree = issueTable(widget);
     widget->insertEntry(entries.make(QStringLiteral("3.4"), 6000));
     tree->setCurrentItem(tree->topLevelItem(0));
     tree->onShowContextMenu(QPoint(5, 5));
     QMenu* menu = lastMenu(*widget);
-    QCOMPARE(actionTexts(menu), (QStringList{QStringLiteral("Zeige in Grafik"), QStringLiteral("-"),
-                                             QStringLiteral("Auch alle enthaltenen Bausteine prüfen")}));
+    QCOMPARE(actionTextsWithSeparators(menu), (QStringList{QStringLiteral("Zeige in Grafik"), QStringLiteral("|"),
+                                                           QStringLiteral("Auch alle enthaltenen Bausteine prüfen")}));
     QSignalSpy spy(widget, &BlockCheckIssueWidget::needToShow);
     menu->actions().first()->trigger();
     QCOMPARE(spy.count(), 1);
@@ -320,7 +303,7 @@ void tst_BlockCheckIssueWidget::contextMenuOpensBelowTheHeader()
     view.show();
     QVERIFY(QTest::qWaitForWindowExposed(&view));
     auto* widget = view.findChild<BlockCheckIssueWidget*>();
-    BlockCheckIssueWidgetPrivate* tree = treeOf(*widget);
+    BlockCheckIssueWidgetPrivate* tree = issueTable(widget);
     const QPoint point(20, 30);
     tree->onShowContextMenu(point);
     QMenu* menu = lastMenu(*widget);

@@ -23,18 +23,6 @@
 
 #include <memory>
 
-namespace {
-
-QList<unsigned int> allIds(const BlockCode* code)
-{
-    QList<unsigned int> ids;
-    for (const BlockInstance* i : code->instances())
-        ids.append(i->identifier());
-    return ids;
-}
-
-} // namespace
-
 class tst_BlockCode : public QObject
 {
     Q_OBJECT
@@ -347,7 +335,7 @@ void tst_BlockCode::textRoundTripUnderOldIdentifiers()
     code->deleteInstance(b->identifier());
     QVERIFY(code->instances().isEmpty());
     code->restoreCodeFromText(text, false);
-    QCOMPARE(allIds(code), ids);
+    QCOMPARE(instanceIds(code), ids);
     QCOMPARE(code->text(ids), text);
     BlockInstance* back = code->instance(ids.first());
     QCOMPARE(back->name(), QStringLiteral("Zeile 1\nZeile 2 mit \\ und ="));
@@ -446,10 +434,10 @@ void tst_BlockCode::corruptTextChangesNothing()
     BlockCode* code = model.rootCode();
     BlockDefinition* andDef = model.block(QStringLiteral("StandardBlock_1"))->blockDefinition(0);
     ModelBuilder::wire(code, ModelBuilder::place(code, andDef, {}), 3, ModelBuilder::place(code, andDef, {10, 0}), 1);
-    const QByteArray before = code->text(allIds(code));
+    const QByteArray before = code->text(instanceIds(code));
     const int messages = System::instance().messageCount();
     QVERIFY(code->restoreCode(text, false).isEmpty());
-    QCOMPARE(code->text(allIds(code)), before);
+    QCOMPARE(code->text(instanceIds(code)), before);
     QCOMPARE(System::instance().messageCount(), messages + 1);
 }
 

@@ -27,14 +27,6 @@ QDir fuzzDir()
     return QDir(QDir::cleanPath(QStringLiteral(ZK_TEST_DATA_DIR "/../../fuzz")));
 }
 
-QList<unsigned int> allIds(const BlockCode* code)
-{
-    QList<unsigned int> ids;
-    for (const BlockInstance* instance : code->instances())
-        ids.append(instance->identifier());
-    return ids;
-}
-
 } // namespace
 
 class tst_FuzzReplay : public QObject
@@ -119,7 +111,7 @@ void tst_FuzzReplay::replay()
             for (unsigned int id : restored)
                 QVERIFY(code->instance(id));
         }
-        const QList<unsigned int> ids = allIds(code);
+        const QList<unsigned int> ids = instanceIds(code);
         QCOMPARE(ids.size(), code->instances().size());
         // Values are escaped, so every record starts a line of its own.
         QCOMPARE(code->text(ids).split('\n').count("[Instance]"), ids.size());

@@ -47,14 +47,6 @@ QString brokenDir()
     return testDataPath(QStringLiteral("broken"));
 }
 
-QByteArray readAll(const QString& path)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return QByteArray();
-    return file.readAll();
-}
-
 bool writeAll(const QString& path, const QByteArray& bytes)
 {
     QFile file(path);
@@ -73,7 +65,7 @@ std::unique_ptr<Project> loadFixture(const QString& relative)
 // The library files of a project as written beside it (file names relative to the project).
 QStringList libraryFilesOf(const QString& projectPath)
 {
-    const QByteArray text = readAll(projectPath);
+    const QByteArray text = readFile(projectPath);
     QStringList files;
     int from = 0;
     const QByteArray key = "\"file\": \"";
@@ -83,20 +75,6 @@ QStringList libraryFilesOf(const QString& projectPath)
         files.append(QString::fromUtf8(text.mid(from, end - from)));
     }
     return files;
-}
-
-QList<unsigned int> allIds(const BlockCode* code)
-{
-    QList<unsigned int> ids;
-    for (const BlockInstance* instance : code->instances())
-        ids.append(instance->identifier());
-    return ids;
-}
-
-QByteArray wholeText(const BlockCode* code)
-{
-    const QList<unsigned int> ids = allIds(code);
-    return code->text(ids) + code->signalsAsText(ids);
 }
 
 int blockCount(const QList<BlockLibraryContainer*>& containers)
@@ -161,17 +139,17 @@ void tst_Project::roundTrip()
     QVERIFY2(copy, qPrintable(error));
     QVERIFY2(copy->save(second.filePath(name), &error), qPrintable(error));
 
-    const QByteArray firstText = readAll(first.filePath(name));
+    const QByteArray firstText = readFile(first.filePath(name));
     QVERIFY(!firstText.isEmpty());
-    QCOMPARE(readAll(second.filePath(name)), firstText);
+    QCOMPARE(readFile(second.filePath(name)), firstText);
     QCOMPARE(copy->projectText(), original->projectText());
 
     const QStringList libraries = libraryFilesOf(first.filePath(name));
     QCOMPARE(libraries, libraryFilesOf(QDir(projectsDir()).filePath(relative)));
     for (const QString& library : libraries) {
-        const QByteArray text = readAll(first.filePath(library));
+        const QByteArray text = readFile(first.filePath(library));
         QVERIFY2(!text.isEmpty(), qPrintable(library));
-        QCOMPARE(readAll(second.filePath(library)), text);
+        QCOMPARE(readFile(second.filePath(library)), text);
     }
     QCOMPARE(copy->containers().size(), original->containers().size());
     for (int n = 0; n < original->containers().size(); ++n)
@@ -247,7 +225,7 @@ void tst_Project::shapeWithFiles()
     QVERIFY(QFileInfo::exists(dir.filePath(QStringLiteral("std.zklib"))));
     QVERIFY(QFileInfo::exists(dir.filePath(QStringLiteral("user.zklib"))));
     QCOMPARE(user->filePath(), QDir(dir.path()).filePath(QStringLiteral("user.zklib")));
-    QVERIFY(readAll(dir.filePath(QStringLiteral("user.zklib"))).contains("\"format\": \"zkblocklibrary\""));
+    QVERIFY(readFile(dir.filePath(QStringLiteral("user.zklib"))).contains("\"format\": \"zkblocklibrary\""));
 }
 
 void tst_Project::shapeNested()
@@ -515,12 +493,12 @@ void tst_Project::saveTwiceGivesSameBytes()
     const QString one = dir.filePath(QStringLiteral("one.zkproj"));
     const QString two = dir.filePath(QStringLiteral("two.zkproj"));
     QVERIFY2(project->save(one, &error), qPrintable(error));
-    const QByteArray first = readAll(one);
+    const QByteArray first = readFile(one);
     QVERIFY2(project->save(one, &error), qPrintable(error));
     QVERIFY2(project->save(two, &error), qPrintable(error));
     QVERIFY(!first.isEmpty());
-    QCOMPARE(readAll(one), first);
-    QCOMPARE(readAll(two), first);
+    QCOMPARE(readFile(one), first);
+    QCOMPARE(readFile(two), first);
     QCOMPARE(project->projectText(), first);
     QCOMPARE(project->filePath(), QFileInfo(two).absoluteFilePath());
 }
@@ -537,7 +515,7 @@ void tst_Project::saveFailsWhenParentIsAFile()
     QVERIFY(!project->save(target, &error));
     QVERIFY2(error.contains(QStringLiteral("project.zkproj")), qPrintable(error));
     QVERIFY(error.size() > target.size());
-    QCOMPARE(readAll(blocker), QByteArray("not a folder"));
+    QCOMPARE(readFile(blocker), QByteArray("not a folder"));
     QVERIFY(project->filePath() != QFileInfo(target).absoluteFilePath());
 }
 
@@ -553,7 +531,7 @@ void tst_Project::saveFailureKeepsExistingProjectFile()
     QString error;
     QVERIFY(!project->save(target, &error));
     QVERIFY2(error.contains(QStringLiteral("user.zklib")), qPrintable(error));
-    QCOMPARE(readAll(target), QByteArray("the old project"));
+    QCOMPARE(readFile(target), QByteArray("the old project"));
     QVERIFY(QFileInfo(dir.filePath(QStringLiteral("user.zklib"))).isDir());
     const QStringList left = QDir(dir.path()).entryList(QDir::Files | QDir::Hidden);
     for (const QString& file : left)
@@ -575,7 +553,7 @@ void tst_Project::saveIntoReadOnlyDirectory()
     QFile::setPermissions(dir.path(), QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
     QVERIFY(!saved);
     QVERIFY2(error.contains(QStringLiteral("project.zkproj")), qPrintable(error));
-    QCOMPARE(readAll(target), QByteArray("the old project"));
+    QCOMPARE(readFile(target), QByteArray("the old project"));
 }
 
 void tst_Project::activateAndDeactivate()

@@ -51,12 +51,6 @@ QString samplePath()
     return QDir(sampleDir()).filePath(QStringLiteral("project.zkproj"));
 }
 
-QByteArray readAll(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 std::unique_ptr<Project> loadSample()
 {
     QString error;
@@ -137,7 +131,7 @@ void tst_SampleProject::loadsFromSourceAsTheStudioDoes()
     QCOMPARE(project->areas().size(), 6);
     // The studio reads the project from bytes with the library folder given separately.
     QString error;
-    std::unique_ptr<Project> fromData(Project::loadFromData(readAll(samplePath()), sampleDir(),
+    std::unique_ptr<Project> fromData(Project::loadFromData(readFile(samplePath()), sampleDir(),
                                                             QStringLiteral(":/samples/sample/project.zkproj"), &error));
     QVERIFY2(fromData, qPrintable(error));
     QCOMPARE(fromData->projectText(), project->projectText());
@@ -145,7 +139,7 @@ void tst_SampleProject::loadsFromSourceAsTheStudioDoes()
 
 void tst_SampleProject::resourceListNamesEveryFile()
 {
-    const QString qrc = QString::fromUtf8(readAll(sourceRoot().filePath(QStringLiteral("samples/samples.qrc"))));
+    const QString qrc = QString::fromUtf8(readFile(sourceRoot().filePath(QStringLiteral("samples/samples.qrc"))));
     QVERIFY(qrc.contains(QStringLiteral("prefix=\"/samples\"")));
     QSet<QString> listed;
     static const QRegularExpression entry(QStringLiteral("<file>sample/([^<]+)</file>"));
@@ -367,9 +361,9 @@ void tst_SampleProject::saveLoadSaveIsStable()
     QCOMPARE(files, QDir(second.path()).entryList(QDir::Files, QDir::Name));
     QCOMPARE(files.size(), 4);
     for (const QString& file : files) {
-        const QByteArray a = readAll(QDir(first.path()).filePath(file));
+        const QByteArray a = readFile(QDir(first.path()).filePath(file));
         QVERIFY2(!a.isEmpty(), qPrintable(file));
-        QVERIFY2(a == readAll(QDir(second.path()).filePath(file)), qPrintable(file));
+        QVERIFY2(a == readFile(QDir(second.path()).filePath(file)), qPrintable(file));
     }
 }
 

@@ -21,20 +21,6 @@ namespace {
 
 const QByteArray kHeader = "ZKBLOCKCODE 1\n";
 
-QList<unsigned int> allIds(const BlockCode* code)
-{
-    QList<unsigned int> ids;
-    for (const BlockInstance* instance : code->instances())
-        ids.append(instance->identifier());
-    return ids;
-}
-
-QByteArray wholeText(const BlockCode* code)
-{
-    const QList<unsigned int> ids = allIds(code);
-    return code->text(ids) + code->signalsAsText(ids);
-}
-
 QStringList blockIds(const BlockLibrary* library)
 {
     QStringList ids;
@@ -157,7 +143,7 @@ void tst_TransferData::mimeTypeAndHeader()
 void tst_TransferData::intoSameCode()
 {
     Scene s;
-    const QList<unsigned int> before = allIds(s.root);
+    const QList<unsigned int> before = instanceIds(s.root);
     const int wiresBefore = int(s.root->connections().size());
     std::unique_ptr<QMimeData> data(s.root->createTransferData({1, 2}));
 

@@ -1,3 +1,4 @@
+#include "TestModel.h"
 #include "TestRegistry.h"
 
 #include "Block.h"
@@ -76,11 +77,6 @@ bool sendKey(BlockGroupsWidget& widget, int key, QEvent::Type type = QEvent::Key
 {
     QKeyEvent event(type, key, Qt::NoModifier);
     return static_cast<QObject*>(&widget)->eventFilter(&widget, &event);
-}
-
-void closeHelpWindow()
-{
-    delete BlockRepository::instance().helpWindow();
 }
 
 } // namespace

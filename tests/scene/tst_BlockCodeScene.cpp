@@ -34,6 +34,7 @@
 #include <QSignalSpy>
 #include <QTest>
 
+#include <algorithm>
 #include <memory>
 #include <typeinfo>
 
@@ -66,24 +67,17 @@ Wired placeWired(TestModel& model)
 template <typename Match>
 BlockItem* firstInList(QGraphicsScene* scene, Match match)
 {
-    for (QGraphicsItem* item : scene->items(Qt::DescendingOrder)) {
-        auto* block = dynamic_cast<BlockItem*>(item);
-        if (block && match(block))
-            return block;
-    }
-    return nullptr;
+    const QList<BlockItem*> blocks = itemsOf<BlockItem>(scene);
+    const auto found = std::find_if(blocks.cbegin(), blocks.cend(), match);
+    return found == blocks.cend() ? nullptr : *found;
 }
 
 template <typename Match>
 BlockItem* lastInList(QGraphicsScene* scene, Match match)
 {
-    BlockItem* found = nullptr;
-    for (QGraphicsItem* item : scene->items(Qt::DescendingOrder)) {
-        auto* block = dynamic_cast<BlockItem*>(item);
-        if (block && match(block))
-            found = block;
-    }
-    return found;
+    const QList<BlockItem*> blocks = itemsOf<BlockItem>(scene);
+    const auto found = std::find_if(blocks.crbegin(), blocks.crend(), match);
+    return found == blocks.crend() ? nullptr : *found;
 }
 
 int blockItemCount(BlockCodeScene* scene)
@@ -108,21 +102,12 @@ BlockItem* selectedBlockByScan(QGraphicsScene* scene)
 QList<BlockItem*> selectedBlocksByScan(QGraphicsScene* scene)
 {
     QList<BlockItem*> result;
-    for (QGraphicsItem* item : scene->items(Qt::DescendingOrder)) {
-        auto* block = dynamic_cast<BlockItem*>(item);
-        if (block && block->isSelected())
+    const QList<BlockItem*> blocks = itemsOf<BlockItem>(scene);
+    for (BlockItem* block : blocks) {
+        if (block->isSelected())
             result.append(block);
     }
     return result;
-}
-
-int connectionItemCount(QGraphicsScene* scene)
-{
-    int count = 0;
-    const QList<QGraphicsItem*> all = scene->items();
-    for (QGraphicsItem* item : all)
-        count += dynamic_cast<ConnectionItem*>(item) ? 1 : 0;
-    return count;
 }
 
 } // namespace
@@ -202,7 +187,7 @@ void tst_BlockCodeScene::rebuildCreatesItemsInCodeOrder()
     QCOMPARE(second->pos(), QPointF(12000, 2000));
     QCOMPARE(first->zValue(), -2.0);
     // Items of the code's later instances stack above the earlier ones.
-    QCOMPARE(connectionItemCount(&scene), 1);
+    QCOMPARE(itemCount<ConnectionItem>(&scene), 1);
     const auto connections = scene.connectionItemMap();
     QCOMPARE(connections.size(), 1);
     QCOMPARE(connections.firstKey(), wired.connection);
@@ -270,7 +255,7 @@ void tst_BlockCodeScene::emptyCodeInActiveSceneDeletesItems()
     scene.rebuild();
 
     QCOMPARE(blockItemCount(&scene), 0);
-    QCOMPARE(connectionItemCount(&scene), 0);
+    QCOMPARE(itemCount<ConnectionItem>(&scene), 0);
     QCOMPARE(scene.items().size(), 1);
     QCOMPARE(scene.items().first(), scene.backgroundItem());
 }
@@ -290,7 +275,7 @@ void tst_BlockCodeScene::inactiveSceneKeepsRemovedBlocks()
     QVERIFY(item);
     QCOMPARE(item->blockInstance(), nullptr);
     QCOMPARE(item->identifier(), id);
-    QCOMPARE(connectionItemCount(&scene), 0);
+    QCOMPARE(itemCount<ConnectionItem>(&scene), 0);
     // The next update finds the left-over item again and deletes it once the scene is active.
     scene.rebuild();
     QVERIFY(item);
@@ -512,7 +497,7 @@ void tst_BlockCodeScene::connectionItemMapKeepsGoneConnections()
     QCOMPARE(map.firstKey(), nullptr);
     QCOMPARE(map.first(), item);
     scene.rebuild();
-    QCOMPARE(connectionItemCount(&scene), 0);
+    QCOMPARE(itemCount<ConnectionItem>(&scene), 0);
 }
 
 void tst_BlockCodeScene::selectionQueries()
@@ -902,13 +887,13 @@ void tst_BlockCodeScene::rebuildPairsEachConnectionWithOneItem()
     model.rootCode()->blockChangeSignals(true);
     extra->setConnection(wired.connection);
     model.rootCode()->blockChangeSignals(false);
-    QCOMPARE(connectionItemCount(&scene), 2);
+    QCOMPARE(itemCount<ConnectionItem>(&scene), 2);
     // The update keeps the item that connectionItemMap() names first for the connection.
     const QPointer<ConnectionItem> named = scene.connectionItemMap().values(wired.connection).first();
 
     scene.rebuild();
 
-    QCOMPARE(connectionItemCount(&scene), 1);
+    QCOMPARE(itemCount<ConnectionItem>(&scene), 1);
     QVERIFY(named);
     QCOMPARE(scene.connectionItemMap().value(wired.connection), named.data());
     QVERIFY(!original || !extra);
@@ -934,7 +919,7 @@ void tst_BlockCodeScene::connectionItemLeavingTheSceneIsNotPaired()
     QVERIFY(made);
     QVERIFY(made != item);
     QCOMPARE(item->scene(), &elsewhere);
-    QCOMPARE(connectionItemCount(&scene), 1);
+    QCOMPARE(itemCount<ConnectionItem>(&scene), 1);
     elsewhere.removeItem(item);
     delete item;
     QCOMPARE(scene.connectionItemMap().value(wired.connection), made);

@@ -14,18 +14,19 @@
 #include "BlockSymbol.h"
 #include "DatatypeProvider.h"
 #include "LanguageManager.h"
+#include "MenuLookup.h"
 #include "ModalAnswer.h"
 #include "ModelBuilder.h"
 #include "ParameterCoordinate.h"
 #include "ParameterDefinition.h"
 #include "ParameterText.h"
+#include "Pictures.h"
 #include "SceneTestSupport.h"
 #include "System.h"
 #include "TestModel.h"
 #include "TestRegistry.h"
 
 #include <QAction>
-#include <QBuffer>
 #include <QDialog>
 #include <QDialogButtonBox>
 #include <QFontMetrics>
@@ -76,34 +77,6 @@ QColor overWhite(const QColor& color)
     painter.fillRect(QRect(0, 0, 1, 1), color);
     painter.end();
     return pixel(image, 0, 0);
-}
-
-QByteArray pngBytes(int width, int height)
-{
-    QImage image(width, height, QImage::Format_ARGB32);
-    image.fill(Qt::blue);
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    return bytes;
-}
-
-QStringList actionTexts(QMenu* menu)
-{
-    QStringList texts;
-    for (QAction* action : menu->actions())
-        texts.append(action->isSeparator() ? QStringLiteral("|") : action->text());
-    return texts;
-}
-
-QAction* actionNamed(QMenu* menu, const QString& text)
-{
-    for (QAction* action : menu->actions()) {
-        if (action->text() == text)
-            return action;
-    }
-    return nullptr;
 }
 
 // A child of a pin that deletes another pin item as soon as it is shown: the reaction of the model
@@ -540,7 +513,7 @@ void tst_BlockItem::symbolImage()
     TestModel model;
     BlockDefinition* definition = definitionOf(model, QStringLiteral("StandardBlock_1"));
     BlockSymbol symbol = *definition->symbol();
-    symbol.setImage(pngBytes(10, 20));
+    symbol.setImage(pngBytes(QSize(10, 20), Qt::blue));
     symbol.setDefaultSize(QSizeF(6, 4));
     definition->setSymbol(symbol);
     BlockInstance* instance = ModelBuilder::place(model.rootCode(), definition, QPointF(1, 1));
@@ -564,7 +537,7 @@ void tst_BlockItem::symbolImage()
     QCOMPARE(resized.images().first(), QRectF(1975, 200, 2050, 4100));
 
     // A new picture of the definition shows after the update it brings, in its own proportion.
-    symbol.setImage(pngBytes(41, 41));
+    symbol.setImage(pngBytes(QSize(41, 41), Qt::blue));
     definition->setSymbol(symbol);
     scene.rebuild();
     PaintRecorder replaced;
@@ -629,7 +602,7 @@ void tst_BlockItem::contextMenu()
         BlockItem* item = scene.blockItemOf(instance);
         QMenu menu;
         item->addContextMenuActions(&menu);
-        QCOMPARE(actionTexts(&menu), (QStringList{QStringLiteral("|"), QStringLiteral("Bausteinenable anzeigen"),
+        QCOMPARE(actionTextsWithSeparators(&menu), (QStringList{QStringLiteral("|"), QStringLiteral("Bausteinenable anzeigen"),
                                                   QStringLiteral("Eigenschaften"), QStringLiteral("Laufzeitreihenfolge")}));
         QAction* enable = actionNamed(&menu, QStringLiteral("Bausteinenable anzeigen"));
         QVERIFY(enable->isCheckable());
@@ -666,7 +639,7 @@ void tst_BlockItem::contextMenuWithoutRuntime()
     QMenu menu;
     scene.blockItemOf(instance)->addContextMenuActions(&menu);
     // No enable pin, no runtime order.
-    QCOMPARE(actionTexts(&menu), QStringList{QStringLiteral("Eigenschaften")});
+    QCOMPARE(actionTextsWithSeparators(&menu), QStringList{QStringLiteral("Eigenschaften")});
 }
 
 void tst_BlockItem::rightClickReducesSelection()

@@ -1,4 +1,6 @@
+#include "MenuLookup.h"
 #include "ModalAnswer.h"
+#include "Pictures.h"
 #include "SceneTestSupport.h"
 #include "TestModel.h"
 #include "TestRegistry.h"
@@ -36,7 +38,6 @@
 #include <QImage>
 #include <QLineEdit>
 #include <QMenu>
-#include <QPainter>
 #include <QPushButton>
 #include <QTest>
 
@@ -61,44 +62,15 @@ BlockDefinition* enableBlockDefinition(TestModel& model)
     return definition;
 }
 
-QList<QAction*> flatActions(QMenu* menu)
-{
-    QList<QAction*> actions;
-    for (QAction* action : menu->actions()) {
-        if (!action->isSeparator())
-            actions.append(action);
-    }
-    return actions;
-}
-
-QAction* actionNamed(QMenu* menu, const QString& text)
-{
-    for (QAction* action : menu->actions()) {
-        if (action->text() == text)
-            return action;
-    }
-    return nullptr;
-}
-
 QList<QGraphicsLineItem*> topLevelLines(QGraphicsScene* scene)
 {
     QList<QGraphicsLineItem*> lines;
-    for (QGraphicsItem* item : scene->items()) {
-        auto* line = dynamic_cast<QGraphicsLineItem*>(item);
-        if (line && !line->parentItem())
+    const QList<QGraphicsLineItem*> all = itemsOf<QGraphicsLineItem>(scene);
+    for (QGraphicsLineItem* line : all) {
+        if (!line->parentItem())
             lines.append(line);
     }
     return lines;
-}
-
-QImage render(QGraphicsScene* scene, const QRectF& source, const QSize& size)
-{
-    QImage image(size, QImage::Format_ARGB32);
-    image.fill(Qt::white);
-    QPainter painter(&image);
-    scene->render(&painter, QRectF(QPointF(0, 0), QSizeF(size)), source, Qt::IgnoreAspectRatio);
-    painter.end();
-    return image;
 }
 
 // Whether a pixel of exactly this colour lies within `radius` pixels of (x, y).
@@ -114,18 +86,6 @@ bool colourNear(const QImage& image, int x, int y, const QColor& colour, int rad
         }
     }
     return false;
-}
-
-int darkPixels(const QImage& image, const QRect& region)
-{
-    int count = 0;
-    for (int y = region.top(); y <= region.bottom(); ++y) {
-        for (int x = region.left(); x <= region.right(); ++x) {
-            if (qGray(image.pixel(x, y)) < 128)
-                ++count;
-        }
-    }
-    return count;
 }
 
 } // namespace
@@ -687,9 +647,7 @@ void tst_BlockPinItem::contextMenuOfOutput()
     BlockPinItem* item = pin(m_add->identifier(), 3);
     QMenu menu;
     item->addContextMenuActions(&menu);
-    QStringList texts;
-    for (QAction* action : flatActions(&menu))
-        texts << action->text();
+    const QStringList texts = actionTexts(&menu);
     // A DINT output can't be inverted; the standard block offers the initial value.
     QCOMPARE(texts, QStringList({QStringLiteral("mit Parameter belegen"), QStringLiteral("Initialwert bearbeiten"),
                                  QStringLiteral("Initialwert entfernen")}));
@@ -730,10 +688,10 @@ void tst_BlockPinItem::contextMenuInHierarchySceneStartsWithLabelEntries()
     BlockPinItem* item = pin(m_and->identifier(), 3);
     QMenu menu;
     item->addContextMenuActions(&menu);
-    const QList<QAction*> actions = flatActions(&menu);
-    QVERIFY(actions.size() > 3);
-    QCOMPARE(actions.at(0)->text(), QStringLiteral("neuer Signalname ..."));
-    QCOMPARE(actions.at(3)->text(), QStringLiteral("invertieren"));
+    const QStringList texts = actionTexts(&menu);
+    QVERIFY(texts.size() > 3);
+    QCOMPARE(texts.at(0), QStringLiteral("neuer Signalname ..."));
+    QCOMPARE(texts.at(3), QStringLiteral("invertieren"));
 
     QMenu definitionMenu;
     m_scene->setDefinitionScene(true);
@@ -847,7 +805,7 @@ void tst_BlockPinItem::stubColourByTypeKind()
     BlockPinItem* item = pin(instance->identifier(), 1);
     QVERIFY(item);
     // The output stub runs along y = 20500 from x = 64000 to 67000; a 0.1 scale maps 10 units to a pixel.
-    const QImage image = render(m_scene, QRectF(64000, 20000, 3000, 1000), QSize(300, 100));
+    const QImage image = renderScene(m_scene, QRectF(64000, 20000, 3000, 1000), QSize(300, 100));
     QVERIFY(colourNear(image, 150, 50, colour));
     QVERIFY(colourNear(image, 290, 50, colour));
     QVERIFY(!colourNear(image, 150, 80, colour));
@@ -861,13 +819,13 @@ void tst_BlockPinItem::invertedPinDrawsCircle()
     // meets the line. Its top lies 125 units above the line, 125 units out.
     const QPointF top = item->mapToScene(QPointF(125, -125));
     const QRectF source(top.x() - 250, top.y() - 250, 500, 500);
-    const QImage plain = render(m_scene, source, QSize(200, 200));
+    const QImage plain = renderScene(m_scene, source, QSize(200, 200));
     QVERIFY(!colourNear(plain, 100, 100, colour, 1));
 
     m_and->pin(3)->setInverted(true);
     QVERIFY(m_and->pin(3)->isInverted());
     item->update();
-    const QImage inverted = render(m_scene, source, QSize(200, 200));
+    const QImage inverted = renderScene(m_scene, source, QSize(200, 200));
     QVERIFY(colourNear(inverted, 100, 100, colour, 1));
 }
 
@@ -877,8 +835,8 @@ void tst_BlockPinItem::textOnlyAboveDetailThreshold()
     // The name stands above the stub, starting 300 units from the block.
     const QPointF origin = item->mapToScene(QPointF(0, -1000));
     const QRectF source(origin.x(), origin.y(), 3000, 1000);
-    const QImage detailed = render(m_scene, source, QSize(300, 100));
-    const QImage coarse = render(m_scene, source, QSize(60, 20));
+    const QImage detailed = renderScene(m_scene, source, QSize(300, 100));
+    const QImage coarse = renderScene(m_scene, source, QSize(60, 20));
     // Rows above the stub: only text can be dark there.
     // Column 0 holds the block's outline, which is no text.
     QVERIFY(darkPixels(detailed, QRect(5, 0, 295, 95)) > 0);

@@ -16,7 +16,6 @@
 #include <QGraphicsSceneMouseEvent>
 #include <QImage>
 #include <QMenu>
-#include <QPainter>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -24,59 +23,11 @@
 
 namespace {
 
-// Two gates side by side: the AND's output and the NOT's first input lie on one horizontal line,
-// AND output at x = 17000, NOT input at x = 27000, both at y = 10500.
-struct Diagram
+// The two gates with an ADD below the AND at (10, 30).
+struct Diagram : GateDiagram
 {
-    Diagram()
-        : code(model.rootCode())
-    {
-        gate = ModelBuilder::place(code, ModelBuilder::newest(model.block(QStringLiteral("StandardBlock_1"))), {10, 10});
-        inverter = ModelBuilder::place(code, ModelBuilder::newest(model.block(QStringLiteral("StandardBlock_3"))), {30, 10});
-        adder = ModelBuilder::place(code, ModelBuilder::newest(model.block(QStringLiteral("StandardBlock_10"))), {10, 30});
-    }
-
-    TestCodeScene* makeScene(bool definitionScene = true)
-    {
-        scene.reset(new TestCodeScene(code, definitionScene));
-        return scene.get();
-    }
-
-    ConnectionItem* itemOf(BlockPinConnection* connection) const
-    {
-        const auto items = scene->connectionItemMap().values(connection);
-        return items.isEmpty() ? nullptr : items.first();
-    }
-
-    BlockPinItem* pinItem(BlockInstance* instance, int pin) const
-    {
-        return scene->pinItemOf(instance->pin(pin));
-    }
-
-    QPointF pinPoint(BlockInstance* instance, int pin) const
-    {
-        BlockPinItem* item = pinItem(instance, pin);
-        return item->mapToScene(item->connectionPoint());
-    }
-
-    TestModel model;
-    BlockCode* code;
-    BlockInstance* gate = nullptr;
-    BlockInstance* inverter = nullptr;
-    BlockInstance* adder = nullptr;
-    // Destroyed before the model, whose code would otherwise take the scene along.
-    std::unique_ptr<TestCodeScene> scene;
+    BlockInstance* adder = place(QStringLiteral("StandardBlock_10"), {10, 30});
 };
-
-QImage renderScene(QGraphicsScene* scene, const QRectF& source, const QSize& size)
-{
-    QImage image(size, QImage::Format_ARGB32);
-    image.fill(Qt::white);
-    QPainter painter(&image);
-    scene->render(&painter, QRectF(QPointF(0, 0), size), source, Qt::IgnoreAspectRatio);
-    painter.end();
-    return image;
-}
 
 QList<QPointF> scenePositions(const QList<ConnectionNodeItem*>& nodes)
 {

@@ -16,63 +16,22 @@
 
 #include <QGraphicsSceneMouseEvent>
 #include <QImage>
-#include <QPainter>
-#include <QStyleOptionGraphicsItem>
 #include <QTest>
 
 #include <memory>
 
 namespace {
 
-// An AND at (10, 10) with its output at (17000, 10500), a NOT at (30, 10) with its input at
-// (27000, 10500), an OR at (30, 20) with its first input at (27000, 20500).
-struct Diagram
+// The two gates with an OR at (30, 20) below the NOT, its first input at (27000, 20500).
+struct Diagram : GateDiagram
 {
-    Diagram()
-        : code(model.rootCode())
-    {
-        gate = ModelBuilder::place(code, ModelBuilder::newest(model.block(QStringLiteral("StandardBlock_1"))), {10, 10});
-        inverter = ModelBuilder::place(code, ModelBuilder::newest(model.block(QStringLiteral("StandardBlock_3"))), {30, 10});
-        other = ModelBuilder::place(code, ModelBuilder::newest(model.block(QStringLiteral("StandardBlock_2"))), {30, 20});
-    }
-
-    TestCodeScene* makeScene(bool definitionScene = true)
-    {
-        scene.reset(new TestCodeScene(code, definitionScene));
-        return scene.get();
-    }
-
-    ConnectionItem* itemOf(BlockPinConnection* connection) const
-    {
-        const auto items = scene->connectionItemMap().values(connection);
-        return items.isEmpty() ? nullptr : items.first();
-    }
-
-    BlockPinItem* pinItem(BlockInstance* instance, int pin) const { return scene->pinItemOf(instance->pin(pin)); }
-
-    QPointF pinPoint(BlockInstance* instance, int pin) const
-    {
-        BlockPinItem* item = pinItem(instance, pin);
-        return item->mapToScene(item->connectionPoint());
-    }
-
-    TestModel model;
-    BlockCode* code;
-    BlockInstance* gate = nullptr;
-    BlockInstance* inverter = nullptr;
-    BlockInstance* other = nullptr;
-    std::unique_ptr<TestCodeScene> scene;
+    BlockInstance* other = place(QStringLiteral("StandardBlock_2"), {30, 20});
 };
 
 // A scene region drawn at one pixel per scene unit around a point, 400 by 400 pixels.
 QImage renderAround(QGraphicsScene* scene, QPointF centre)
 {
-    QImage image(400, 400, QImage::Format_ARGB32);
-    image.fill(Qt::white);
-    QPainter painter(&image);
-    scene->render(&painter, QRectF(0, 0, 400, 400), QRectF(centre - QPointF(200, 200), QSizeF(400, 400)));
-    painter.end();
-    return image;
+    return renderScene(scene, QRectF(centre - QPointF(200, 200), QSizeF(400, 400)), QSize(400, 400));
 }
 
 // The node alone, painted as if it weren't selected: a drag selects the node, and the grey square
@@ -80,15 +39,7 @@ QImage renderAround(QGraphicsScene* scene, QPointF centre)
 // selected, so the square is black.
 QImage paintUnselected(ConnectionNodeItem* node)
 {
-    QImage image(400, 400, QImage::Format_ARGB32);
-    image.fill(Qt::white);
-    QPainter painter(&image);
-    painter.translate(200, 200);
-    QStyleOptionGraphicsItem option;
-    option.state = QStyle::State_None;
-    node->paint(&painter, &option, nullptr);
-    painter.end();
-    return image;
+    return renderItem(node, QSize(400, 400), 1.0, QPointF(200, 200));
 }
 
 // The colour at an offset from the centre of an image made by renderAround().

@@ -1,3 +1,4 @@
+#include "MenuLookup.h"
 #include "ModalAnswer.h"
 #include "SceneTestSupport.h"
 #include "TestModel.h"
@@ -35,15 +36,6 @@
 #include <memory>
 
 namespace {
-
-QAction* actionNamed(QMenu* menu, const QString& text)
-{
-    for (QAction* action : menu->actions()) {
-        if (action->text() == text)
-            return action;
-    }
-    return nullptr;
-}
 
 // Accepts the label dialogue. A proposed name holds a blank, which the dialogue doesn't take, so
 // the name is replaced; the proposal is kept for the test. A dialogue that still refuses is

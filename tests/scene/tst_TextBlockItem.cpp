@@ -11,6 +11,7 @@
 #include "BlockSymbol.h"
 #include "DatatypeProvider.h"
 #include "LanguageManager.h"
+#include "MenuLookup.h"
 #include "ModelBuilder.h"
 #include "ModelEnums.h"
 #include "SceneTestSupport.h"
@@ -288,11 +289,7 @@ void tst_TextBlockItem::enableActionFollowsRuntimeText()
     const auto hasEnableAction = [&](BlockInstance* instance) {
         QMenu menu;
         textItem(scene, instance)->addContextMenuActions(&menu);
-        for (QAction* action : menu.actions()) {
-            if (action->text() == QStringLiteral("Bausteinenable anzeigen"))
-                return true;
-        }
-        return false;
+        return actionNamed(&menu, QStringLiteral("Bausteinenable anzeigen")) != nullptr;
     };
     QVERIFY(hasEnableAction(inTask));
     QVERIFY(!hasEnableAction(outside));

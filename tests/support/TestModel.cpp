@@ -3,6 +3,7 @@
 #include "Block.h"
 #include "BlockCode.h"
 #include "BlockDefinition.h"
+#include "BlockInstance.h"
 #include "BlockInstanceArea.h"
 #include "BlockLibrary.h"
 #include "BlockLibraryContainer.h"
@@ -15,6 +16,8 @@
 #include "System.h"
 
 #include <QDir>
+#include <QFile>
+#include <QWidget>
 
 using ModelBuilder::PinSpec;
 
@@ -92,4 +95,30 @@ Project* TestModel::loadJson(const QByteArray& json, QString* error)
 QString testDataPath(const QString& relative)
 {
     return QDir(QStringLiteral(ZK_TEST_DATA_DIR)).filePath(relative);
+}
+
+QByteArray readFile(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+QList<unsigned int> instanceIds(const BlockCode* code)
+{
+    QList<unsigned int> ids;
+    const QList<BlockInstance*> instances = code->instances();
+    for (const BlockInstance* instance : instances)
+        ids.append(instance->identifier());
+    return ids;
+}
+
+QByteArray wholeText(const BlockCode* code)
+{
+    const QList<unsigned int> ids = instanceIds(code);
+    return code->text(ids) + code->signalsAsText(ids);
+}
+
+void closeHelpWindow()
+{
+    delete BlockRepository::instance().helpWindow();
 }

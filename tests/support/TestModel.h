@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QList>
 #include <QString>
 
 class Block;
@@ -44,3 +45,13 @@ private:
 
 // Path of a file under tests/data.
 QString testDataPath(const QString& relative);
+// A file's bytes; empty when it cannot be read.
+QByteArray readFile(const QString& path);
+
+// The identifiers of the code's instances, in the code's order.
+QList<unsigned int> instanceIds(const BlockCode* code);
+// The text form of the whole code, signal labels included: what a round trip has to keep.
+QByteArray wholeText(const BlockCode* code);
+
+// Closes the repository's help window and deletes it, so that the next test starts without one.
+void closeHelpWindow();

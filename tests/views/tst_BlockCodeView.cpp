@@ -1,3 +1,4 @@
+#include "MenuLookup.h"
 #include "PlainCodeView.h"
 #include "TestRegistry.h"
 
@@ -115,10 +116,7 @@ QPointer<QMenu> closeNextPopup(const std::function<void()>& trigger, QStringList
         if (!menu)
             return;
         seen = menu;
-        for (QAction* action : menu->actions()) {
-            if (!action->isSeparator())
-                texts->append(action->text());
-        }
+        texts->append(actionTexts(menu));
         menu->close();
     });
     timer->start();

@@ -1,4 +1,6 @@
+#include "IssueTable.h"
 #include "ModalAnswer.h"
+#include "ScratchSettings.h"
 #include "TestModel.h"
 #include "TestRegistry.h"
 
@@ -138,10 +140,7 @@ private:
 void tst_BlockEditorView::initTestCase()
 {
     QVERIFY(m_settingsDir.isValid());
-    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, m_settingsDir.path());
-    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, m_settingsDir.path());
-    QSettings::setPath(QSettings::NativeFormat, QSettings::SystemScope, m_settingsDir.path());
-    QSettings::setPath(QSettings::IniFormat, QSettings::SystemScope, m_settingsDir.path());
+    redirectSettings(m_settingsDir.path());
 }
 
 void tst_BlockEditorView::init()
@@ -1000,15 +999,6 @@ void tst_BlockEditorView::resourcesAreCompiledIn()
     twin.replace(QStringLiteral(".png"), QStringLiteral("@2x.png"));
     QCOMPARE(QImage(twin).size(), QSize(2 * size, 2 * size));
 }
-
-namespace {
-
-BlockCheckIssueWidgetPrivate* issueTable(BlockEditorView* editor)
-{
-    return editor->findChild<BlockCheckIssueWidgetPrivate*>();
-}
-
-} // namespace
 
 void tst_BlockEditorView::issueViewFollowsTheShownLevel()
 {

@@ -1,4 +1,5 @@
 #include "ModalAnswer.h"
+#include "SceneTestSupport.h"
 #include "TestModel.h"
 #include "TestRegistry.h"
 
@@ -546,19 +547,9 @@ void tst_BlockHierarchyNodeView::pinDisplayModeFollowsTheUser()
     m_view->setArea(m_model->area());
     auto* rootScene = qobject_cast<BlockHierarchyNodeScene*>(m_view->scene());
     QVERIFY(rootScene);
-    switch (mode) {
-    case 1:
-        rootScene->showPinsLocationPath();
-        break;
-    case 2:
-        rootScene->showPinsMemoryAddress();
-        break;
-    case 3:
-        rootScene->showPinsCurrentValue();
-        break;
-    default:
-        break;
-    }
+    // The name row keeps what the scene starts with.
+    if (mode != 0)
+        showPinsAs(rootScene, mode);
     QVERIFY(stepInto(m_lokal->identifier()));
     auto* inner = qobject_cast<BlockHierarchyNodeScene*>(m_view->scene());
     QVERIFY(inner && inner != rootScene);

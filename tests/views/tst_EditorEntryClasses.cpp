@@ -1,3 +1,4 @@
+#include "ScratchSettings.h"
 #include "TestModel.h"
 #include "TestRegistry.h"
 
@@ -101,10 +102,7 @@ private:
 void tst_EditorEntryClasses::initTestCase()
 {
     QVERIFY(m_settingsDir.isValid());
-    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, m_settingsDir.path());
-    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, m_settingsDir.path());
-    QSettings::setPath(QSettings::NativeFormat, QSettings::SystemScope, m_settingsDir.path());
-    QSettings::setPath(QSettings::IniFormat, QSettings::SystemScope, m_settingsDir.path());
+    redirectSettings(m_settingsDir.path());
 }
 
 void tst_EditorEntryClasses::init()

@@ -1,3 +1,4 @@
+#include "Pictures.h"
 #include "TestModel.h"
 #include "TestRegistry.h"
 
@@ -18,7 +19,6 @@
 #include "ModelEnums.h"
 #include "System.h"
 
-#include <QBuffer>
 #include <QHeaderView>
 #include <QImage>
 #include <QKeyEvent>
@@ -67,26 +67,8 @@ int countItems(const QTreeWidgetItem* item)
     return count;
 }
 
-QByteArray pngBytes(const QColor& colour)
-{
-    QImage image(24, 24, QImage::Format_ARGB32);
-    image.fill(colour);
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    return bytes;
-}
-
-QImage iconImage(const QIcon& icon)
-{
-    return icon.pixmap(QSize(24, 24)).toImage().convertToFormat(QImage::Format_ARGB32);
-}
-
-void closeHelpWindow()
-{
-    delete BlockRepository::instance().helpWindow();
-}
+// The rows' icons are drawn at the list image's size.
+constexpr int IconSide = 24;
 
 bool sendHelpKey(HierarchyView& view, int key)
 {
@@ -674,7 +656,7 @@ void tst_HierarchyView::directSelfReference()
     QVERIFY(recursion->isFirstColumnSpanned());
     QCOMPARE(recursion->childCount(), 0);
     QCOMPARE(pathOf(recursion), (ItemPath{0, 5, 3}));
-    QCOMPARE(iconImage(recursion->icon(0)), iconImage(tree->style()->standardIcon(QStyle::SP_MessageBoxCritical)));
+    QCOMPARE(iconImage(recursion->icon(0), IconSide), iconImage(tree->style()->standardIcon(QStyle::SP_MessageBoxCritical), IconSide));
 
     // A second pass keeps the line as it is.
     tree->rootInstanceChanged();
@@ -744,7 +726,7 @@ void tst_HierarchyView::recursionLineGoesWhenRecursionEnds()
     QVERIFY(line);
     QCOMPARE(line->text(0), QStringLiteral("Schlicht"));
     QVERIFY(!line->isFirstColumnSpanned());
-    QVERIFY(iconImage(line->icon(0)) != iconImage(tree->style()->standardIcon(QStyle::SP_MessageBoxCritical)));
+    QVERIFY(iconImage(line->icon(0), IconSide) != iconImage(tree->style()->standardIcon(QStyle::SP_MessageBoxCritical), IconSide));
 }
 
 void tst_HierarchyView::rowTurningRecursiveKeepsTheRowsOfItsCode()
@@ -857,13 +839,13 @@ void tst_HierarchyView::languageChangeUpdates()
 void tst_HierarchyView::iconFromDefinition()
 {
     BlockDefinition* gate = def(QStringLiteral("StandardBlock_1"));
-    gate->setSmallListImage(pngBytes(Qt::red));
+    gate->setSmallListImage(pngBytes(QSize(IconSide, IconSide), Qt::red));
     BlockInstance* instance = ModelBuilder::place(model->rootCode(), gate, {0, 0});
     HierarchyView view;
     view.show();
     view.setRoot(model->area()->rootDefinition(), rootNode());
     QTreeWidgetItem* row = childWithId(treeOf(view)->rootItem, instance->identifier());
-    const QImage image = iconImage(row->icon(0));
+    const QImage image = iconImage(row->icon(0), IconSide);
     QVERIFY(!image.isNull());
     QCOMPARE(image.pixelColor(12, 12), QColor(Qt::red));
 }
@@ -880,15 +862,15 @@ void tst_HierarchyView::undecodableIconGivesDefault()
     view.show();
     view.setRoot(model->area()->rootDefinition(), rootNode());
     HierarchyViewPrivate* tree = treeOf(view);
-    const QImage expected = iconImage(QIcon(QStringLiteral(":/Resources/DefaultBlockIconSmall.png")));
-    QCOMPARE(iconImage(childWithId(tree->rootItem, broken->identifier())->icon(0)), expected);
-    QCOMPARE(iconImage(childWithId(tree->rootItem, plain->identifier())->icon(0)), expected);
+    const QImage expected = iconImage(QIcon(QStringLiteral(":/Resources/DefaultBlockIconSmall.png")), IconSide);
+    QCOMPARE(iconImage(childWithId(tree->rootItem, broken->identifier())->icon(0), IconSide), expected);
+    QCOMPARE(iconImage(childWithId(tree->rootItem, plain->identifier())->icon(0), IconSide), expected);
 }
 
 void tst_HierarchyView::iconMadeOnce()
 {
     BlockDefinition* gate = def(QStringLiteral("StandardBlock_1"));
-    gate->setSmallListImage(pngBytes(Qt::red));
+    gate->setSmallListImage(pngBytes(QSize(IconSide, IconSide), Qt::red));
     BlockInstance* instance = ModelBuilder::place(model->rootCode(), gate, {0, 0});
     HierarchyView view;
     view.show();
@@ -896,15 +878,15 @@ void tst_HierarchyView::iconMadeOnce()
     HierarchyViewPrivate* tree = treeOf(view);
     QTreeWidgetItem* row = childWithId(tree->rootItem, instance->identifier());
 
-    gate->setSmallListImage(pngBytes(Qt::blue));
+    gate->setSmallListImage(pngBytes(QSize(IconSide, IconSide), Qt::blue));
     tree->rootInstanceChanged();
     QCOMPARE(childWithId(tree->rootItem, instance->identifier()), row);
-    QCOMPARE(iconImage(row->icon(0)).pixelColor(12, 12), QColor(Qt::red));
+    QCOMPARE(iconImage(row->icon(0), IconSide).pixelColor(12, 12), QColor(Qt::red));
 
     // A new row of the same definition decodes the bytes of today.
     BlockInstance* second = ModelBuilder::place(model->rootCode(), gate, {0, 5});
     tree->rootInstanceChanged();
-    QCOMPARE(iconImage(childWithId(tree->rootItem, second->identifier())->icon(0)).pixelColor(12, 12), QColor(Qt::blue));
+    QCOMPARE(iconImage(childWithId(tree->rootItem, second->identifier())->icon(0), IconSide).pixelColor(12, 12), QColor(Qt::blue));
 }
 
 void tst_HierarchyView::helpKeyWithInstance_data()

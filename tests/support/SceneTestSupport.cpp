@@ -1,6 +1,12 @@
 #include "SceneTestSupport.h"
 
 #include "BlockCode.h"
+#include "BlockHierarchyNodeScene.h"
+#include "BlockInstance.h"
+#include "BlockPinInstance.h"
+#include "BlockPinItem.h"
+#include "ConnectionItem.h"
+#include "ModelBuilder.h"
 
 #include <QApplication>
 #include <QBrush>
@@ -13,6 +19,7 @@
 
 #include <climits>
 #include <QEvent>
+#include <QGraphicsSceneDragDropEvent>
 #include <QGraphicsSceneMouseEvent>
 #include <QKeyEvent>
 
@@ -58,6 +65,41 @@ void TestCodeScene::deactivate()
     QApplication::sendEvent(this, &event);
 }
 
+GateDiagram::GateDiagram()
+    : code(model.rootCode())
+{
+    gate = place(QStringLiteral("StandardBlock_1"), {10, 10});
+    inverter = place(QStringLiteral("StandardBlock_3"), {30, 10});
+}
+
+BlockInstance* GateDiagram::place(const QString& identifier, QPointF position)
+{
+    return ModelBuilder::place(code, ModelBuilder::newest(model.block(identifier)), position);
+}
+
+TestCodeScene* GateDiagram::makeScene(bool definitionScene)
+{
+    scene.reset(new TestCodeScene(code, definitionScene));
+    return scene.get();
+}
+
+ConnectionItem* GateDiagram::itemOf(BlockPinConnection* connection) const
+{
+    const auto items = scene->connectionItemMap().values(connection);
+    return items.isEmpty() ? nullptr : items.first();
+}
+
+BlockPinItem* GateDiagram::pinItem(BlockInstance* instance, int pin) const
+{
+    return scene->pinItemOf(instance->pin(pin));
+}
+
+QPointF GateDiagram::pinPoint(BlockInstance* instance, int pin) const
+{
+    BlockPinItem* item = pinItem(instance, pin);
+    return item->mapToScene(item->connectionPoint());
+}
+
 void sendSceneMouse(QGraphicsScene* scene, QEvent::Type type, QPointF scenePos, Qt::MouseButton button,
                     Qt::KeyboardModifiers modifiers)
 {
@@ -81,6 +123,63 @@ bool sendSceneKey(QGraphicsScene* scene, int key, Qt::KeyboardModifiers modifier
     return event.isAccepted();
 }
 
+Qt::DropAction sendSceneDrag(QGraphicsScene* scene, QEvent::Type type, QMimeData* data, QPointF scenePos,
+                             Qt::DropActions possible)
+{
+    QGraphicsSceneDragDropEvent event(type);
+    event.setScenePos(scenePos);
+    event.setMimeData(data);
+    event.setPossibleActions(possible);
+    event.setProposedAction(Qt::CopyAction);
+    event.setDropAction(Qt::CopyAction);
+    event.setButtons(Qt::LeftButton);
+    QApplication::sendEvent(scene, &event);
+    return event.dropAction();
+}
+
+void showPinsAs(BlockHierarchyNodeScene* scene, int mode)
+{
+    switch (mode) {
+    case 1:
+        scene->showPinsLocationPath();
+        break;
+    case 2:
+        scene->showPinsMemoryAddress();
+        break;
+    case 3:
+        scene->showPinsCurrentValue();
+        break;
+    default:
+        scene->showPinsName();
+        break;
+    }
+}
+
+QImage renderScene(QGraphicsScene* scene, const QRectF& source, QSize size)
+{
+    QImage image(size, QImage::Format_ARGB32);
+    image.fill(Qt::white);
+    QPainter painter(&image);
+    scene->render(&painter, QRectF(QPointF(0, 0), QSizeF(size)), source, Qt::IgnoreAspectRatio);
+    painter.end();
+    return image;
+}
+
+namespace {
+
+// What a view hands an item it paints alone: the selection state and the whole item exposed.
+QStyleOptionGraphicsItem paintOption(QGraphicsItem* item, bool selected)
+{
+    QStyleOptionGraphicsItem option;
+    option.state = QStyle::State_None;
+    if (selected)
+        option.state |= QStyle::State_Selected;
+    option.exposedRect = item->boundingRect();
+    return option;
+}
+
+} // namespace
+
 QImage renderItem(QGraphicsItem* item, QSize size, qreal scale, QPointF origin, bool selected)
 {
     QImage image(size, QImage::Format_ARGB32);
@@ -88,11 +187,7 @@ QImage renderItem(QGraphicsItem* item, QSize size, qreal scale, QPointF origin, 
     QPainter painter(&image);
     painter.translate(origin);
     painter.scale(scale, scale);
-    QStyleOptionGraphicsItem option;
-    option.state = QStyle::State_None;
-    if (selected)
-        option.state |= QStyle::State_Selected;
-    option.exposedRect = item->boundingRect();
+    const QStyleOptionGraphicsItem option = paintOption(item, selected);
     item->paint(&painter, &option, nullptr);
     painter.end();
     return image;
@@ -225,10 +320,6 @@ void recordItem(QGraphicsItem* item, PaintRecorder* recorder, const QTransform& 
 {
     QPainter painter(recorder);
     painter.setTransform(transform);
-    QStyleOptionGraphicsItem option;
-    option.state = QStyle::State_None;
-    if (selected)
-        option.state |= QStyle::State_Selected;
-    option.exposedRect = item->boundingRect();
+    const QStyleOptionGraphicsItem option = paintOption(item, selected);
     item->paint(&painter, &option, nullptr);
 }

@@ -5,9 +5,11 @@
 #include "BlockInstance.h"
 #include "BlockInstanceArea.h"
 #include "BlockInstanceHierarchyNode.h"
+#include "TestModel.h"
 
 #include <QColor>
 #include <QEvent>
+#include <QGraphicsScene>
 #include <QImage>
 #include <QList>
 #include <QPaintDevice>
@@ -18,8 +20,12 @@
 
 #include <memory>
 
+class BlockHierarchyNodeScene;
+class BlockPinConnection;
+class BlockPinItem;
+class ConnectionItem;
 class QGraphicsItem;
-class QGraphicsScene;
+class QMimeData;
 class RecordingPaintEngine;
 
 // A concrete code scene for the tests of the scene and its items. It shows a given code, claims to
@@ -60,11 +66,66 @@ private:
     int m_rebuilds = 0;
 };
 
+// An AND at (10, 10) and a NOT at (30, 10) in the root code of a test model: the AND's output at
+// (17000, 10500) and the NOT's first input at (27000, 10500) lie on one horizontal line. A test
+// places what else it needs and makes the scene once the code is as it wants it.
+struct GateDiagram
+{
+    GateDiagram();
+
+    // The newest definition of the test library's block, placed in the code.
+    BlockInstance* place(const QString& identifier, QPointF position);
+    TestCodeScene* makeScene(bool definitionScene = true);
+    ConnectionItem* itemOf(BlockPinConnection* connection) const;
+    BlockPinItem* pinItem(BlockInstance* instance, int pin) const;
+    // Where connections meet the pin, in scene coordinates.
+    QPointF pinPoint(BlockInstance* instance, int pin) const;
+
+    TestModel model;
+    BlockCode* code;
+    BlockInstance* gate = nullptr;
+    BlockInstance* inverter = nullptr;
+    // Destroyed before the model, whose code would otherwise take the scene along.
+    std::unique_ptr<TestCodeScene> scene;
+};
+
+// The scene's items of type T, children included, in the order of the scene's own list: what a
+// scan of the scene finds, as against what the scene's indexes answer.
+template <typename T>
+QList<T*> itemsOf(QGraphicsScene* scene)
+{
+    QList<T*> found;
+    const QList<QGraphicsItem*> items = scene->items();
+    for (QGraphicsItem* item : items) {
+        if (auto* wanted = dynamic_cast<T*>(item))
+            found.append(wanted);
+    }
+    return found;
+}
+
+template <typename T>
+int itemCount(QGraphicsScene* scene)
+{
+    return int(itemsOf<T>(scene).size());
+}
+
 // Sends a mouse event of the given type straight to the scene, as a view would.
 void sendSceneMouse(QGraphicsScene* scene, QEvent::Type type, QPointF scenePos,
                     Qt::MouseButton button = Qt::LeftButton, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
 // A key press sent straight to the scene; returns whether the event came back accepted.
 bool sendSceneKey(QGraphicsScene* scene, int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
+
+// A drag event of the given type carrying `data`, proposing a copy, sent straight to the scene as a
+// view passes it on; returns the action the scene settled on.
+Qt::DropAction sendSceneDrag(QGraphicsScene* scene, QEvent::Type type, QMimeData* data, QPointF scenePos,
+                             Qt::DropActions possible = Qt::CopyAction);
+
+// Shows the pins of the scene as the display mode says: 0 names, 1 location paths, 2 memory
+// addresses, 3 current values.
+void showPinsAs(BlockHierarchyNodeScene* scene, int mode);
+
+// The scene's `source` rectangle drawn over white, stretched to an image of `size`.
+QImage renderScene(QGraphicsScene* scene, const QRectF& source, QSize size);
 
 // Paints one item alone into an image of the given size, white at first, with the item's local
 // origin at `origin` and the given scale; `selected` sets the option's selected state as a view

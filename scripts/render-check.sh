@@ -15,6 +15,7 @@ reference="${3:-}"
 render="$build/tools/render/zkrender"
 cmake --build "$build" --target zkrender >/dev/null
 export QT_QPA_PLATFORM=offscreen
+export XDG_RUNTIME_DIR="${XDG_RUNTIME_DIR:-$(mktemp -d)}"
 # The sanitizer build's leak report is about the process end, not the drawing.
 export ASAN_OPTIONS="${ASAN_OPTIONS:-detect_leaks=0}"
 mkdir -p "$out"

@@ -129,6 +129,23 @@ int BlockHierarchyNodeScene::pinDisplayMode() const
     return d->pinDisplayMode;
 }
 
+void BlockHierarchyNodeScene::showPinsInMode(int mode)
+{
+    switch (mode) {
+    case PinDisplay::LocationPath:
+        showPinsLocationPath();
+        break;
+    case PinDisplay::MemoryAddress:
+        showPinsMemoryAddress();
+        break;
+    case PinDisplay::CurrentValue:
+        showPinsCurrentValue();
+        break;
+    default:
+        break;
+    }
+}
+
 void BlockHierarchyNodeScene::showPinsName()
 {
     applyPinDisplayMode(PinDisplay::Name);

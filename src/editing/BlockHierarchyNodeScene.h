@@ -37,6 +37,9 @@ public:
     void rebuild() override;
 
     int pinDisplayMode() const;
+    // The slot of a mode given as a number, for a mode carried over from elsewhere (the level left
+    // behind, a command line): the name mode and unknown numbers leave the pins as they are.
+    void showPinsInMode(int mode);
 
 public Q_SLOTS:
     virtual void showPinsName();

@@ -104,19 +104,7 @@ void BlockHierarchyNodeViewPrivate::showNode(BlockInstanceHierarchyNode* node)
     if (!scene)
         return;
     scene->rebuild();
-    switch (mode) {
-    case PinDisplay::LocationPath:
-        scene->showPinsLocationPath();
-        break;
-    case PinDisplay::MemoryAddress:
-        scene->showPinsMemoryAddress();
-        break;
-    case PinDisplay::CurrentValue:
-        scene->showPinsCurrentValue();
-        break;
-    default:
-        break;
-    }
+    scene->showPinsInMode(mode);
 }
 
 void BlockHierarchyNodeViewPrivate::swapScene(BlockCodeScene* newScene)

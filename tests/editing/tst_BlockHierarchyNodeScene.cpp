@@ -15,6 +15,7 @@
 #include "BlockPinItem.h"
 #include "BlockPinValueSource.h"
 #include "ModelBuilder.h"
+#include "SceneMetrics.h"
 #include "SignalLabel.h"
 #include "SignalLabelHostItem.h"
 #include "SignalLabelItem.h"
@@ -53,6 +54,7 @@ private Q_SLOTS:
     void codeChangesReachTheScene();
     void pinDisplayModeSlots_data();
     void pinDisplayModeSlots();
+    void modeByNumberLeavesTheNamesAlone();
     void currentValueModeWhileOffline();
     void goingOfflineShowsNamesAndOnlineKeepsThem();
     void rebuildDoesNotApplyTheMode();
@@ -190,6 +192,20 @@ void tst_BlockHierarchyNodeScene::pinDisplayModeSlots()
         QCOMPARE(output->displayText(), path);
     if (mode == 3)
         QCOMPARE(output->displayText(), QStringLiteral("..."));
+}
+
+void tst_BlockHierarchyNodeScene::modeByNumberLeavesTheNamesAlone()
+{
+    BlockHierarchyNodeScene* scene = BlockHierarchyNodeScene::forNode(m_rootNode);
+    scene->showPinsInMode(PinDisplay::MemoryAddress);
+    QCOMPARE(scene->pinDisplayMode(), int(PinDisplay::MemoryAddress));
+    // A carried-over name mode, or a number that names no mode, changes nothing.
+    scene->showPinsInMode(PinDisplay::Name);
+    QCOMPARE(scene->pinDisplayMode(), int(PinDisplay::MemoryAddress));
+    scene->showPinsInMode(7);
+    QCOMPARE(scene->pinDisplayMode(), int(PinDisplay::MemoryAddress));
+    scene->showPinsInMode(PinDisplay::LocationPath);
+    QCOMPARE(scene->pinDisplayMode(), int(PinDisplay::LocationPath));
 }
 
 void tst_BlockHierarchyNodeScene::currentValueModeWhileOffline()

@@ -7,6 +7,7 @@
 #include "BlockPinItem.h"
 #include "ConnectionItem.h"
 #include "ModelBuilder.h"
+#include "SceneMetrics.h"
 
 #include <QApplication>
 #include <QBrush>
@@ -139,20 +140,11 @@ Qt::DropAction sendSceneDrag(QGraphicsScene* scene, QEvent::Type type, QMimeData
 
 void showPinsAs(BlockHierarchyNodeScene* scene, int mode)
 {
-    switch (mode) {
-    case 1:
-        scene->showPinsLocationPath();
-        break;
-    case 2:
-        scene->showPinsMemoryAddress();
-        break;
-    case 3:
-        scene->showPinsCurrentValue();
-        break;
-    default:
+    // Unlike a mode carried over, the name mode here asks for the names.
+    if (mode == PinDisplay::Name)
         scene->showPinsName();
-        break;
-    }
+    else
+        scene->showPinsInMode(mode);
 }
 
 QImage renderScene(QGraphicsScene* scene, const QRectF& source, QSize size)

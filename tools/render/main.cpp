@@ -136,19 +136,7 @@ int main(int argc, char* argv[])
             area->simulator()->runCycle();
         QCoreApplication::processEvents();
     } else {
-        switch (mode) {
-        case 1:
-            scene->showPinsLocationPath();
-            break;
-        case 2:
-            scene->showPinsMemoryAddress();
-            break;
-        case 3:
-            scene->showPinsCurrentValue();
-            break;
-        default:
-            break;
-        }
+        scene->showPinsInMode(mode);
     }
 
     const QRectF source = drawnRect(scene).adjusted(-Margin, -Margin, Margin, Margin);

@@ -4,7 +4,9 @@
 #include "BlockLibrary.h"
 #include "BlockLibraryContainer.h"
 #include "BlockRepository.h"
+#include "JsonInput.h"
 #include "ModelJson.h"
+#include "ModelRecords.h"
 
 #include <QJsonDocument>
 #include <QSet>
@@ -225,7 +227,7 @@ void Block::setVersionVisible(bool visible)
 
 QByteArray Block::saveContents() const
 {
-    return QJsonDocument(ModelJson::blockToJson(this)).toJson(QJsonDocument::Compact);
+    return QJsonDocument(BlockRecord::of(this).toJson()).toJson(QJsonDocument::Compact);
 }
 
 bool Block::loadContents(const QByteArray& contents)
@@ -234,10 +236,12 @@ bool Block::loadContents(const QByteArray& contents)
     const QJsonDocument doc = QJsonDocument::fromJson(contents, &error);
     if (error.error != QJsonParseError::NoError || !doc.isObject())
         return false;
-    ModelJson::Reader reader(QStringLiteral("snapshot"));
-    if (!reader.validateBlock(doc.object()))
+    // The caller only learns whether the snapshot was taken; the message of a refusal goes nowhere.
+    JsonInput input(QStringLiteral("snapshot"));
+    BlockRecord record;
+    if (!BlockRecord::read(input, doc.object(), QString(), record))
         return false;
-    reader.applyBlock(this, doc.object());
+    ModelJson::Reader().applyBlock(this, record);
     notifyChanged();
     if (m_ownerLibrary)
         Q_EMIT m_ownerLibrary->contentsChanged();

@@ -10,13 +10,14 @@
 #include "BlockPin.h"
 #include "BlockPinConnection.h"
 #include "BlockPinInstance.h"
+#include "CodeText.h"
 #include "DatatypeProvider.h"
+#include "JsonKeys.h"
 #include "SignalLabel.h"
 #include "SimpleType.h"
 #include "System.h"
 
 #include <QCoreApplication>
-#include <QLocale>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QMimeData>
@@ -32,132 +33,7 @@ namespace {
 const QByteArray kTransferHeader = QByteArrayLiteral("ZKBLOCKCODE 1\n");
 const QByteArray kExportHeader = QByteArrayLiteral("; Bausteincode\n");
 
-QByteArray escape(const QString& text)
-{
-    QByteArray out;
-    const QByteArray utf8 = text.toUtf8();
-    out.reserve(utf8.size());
-    for (char c : utf8) {
-        switch (c) {
-        case '\\': out += "\\\\"; break;
-        case '\n': out += "\\n"; break;
-        case '\r': out += "\\r"; break;
-        default: out += c;
-        }
-    }
-    return out;
-}
-
-bool unescape(const QByteArray& in, QString& out)
-{
-    QByteArray bytes;
-    bytes.reserve(in.size());
-    for (qsizetype i = 0; i < in.size(); ++i) {
-        const char c = in.at(i);
-        if (c != '\\') {
-            bytes += c;
-            continue;
-        }
-        if (++i >= in.size())
-            return false;
-        switch (in.at(i)) {
-        case '\\': bytes += '\\'; break;
-        case 'n': bytes += '\n'; break;
-        case 'r': bytes += '\r'; break;
-        default: return false;
-        }
-    }
-    out = QString::fromUtf8(bytes);
-    return true;
-}
-
-QByteArray number(double value)
-{
-    return QByteArray::number(value, 'g', QLocale::FloatingPointShortest);
-}
-
-QByteArray pointText(const QPointF& p)
-{
-    return number(p.x()) + ';' + number(p.y());
-}
-
-bool parsePoint(const QByteArray& text, QPointF& p)
-{
-    const QList<QByteArray> parts = text.split(';');
-    if (parts.size() != 2)
-        return false;
-    bool okX = false, okY = false;
-    p = QPointF(parts.at(0).toDouble(&okX), parts.at(1).toDouble(&okY));
-    return okX && okY && qIsFinite(p.x()) && qIsFinite(p.y());
-}
-
-bool parseEnd(const QByteArray& text, bool& present, unsigned int& instance, int& pin)
-{
-    present = !text.isEmpty();
-    if (!present)
-        return true;
-    const QList<QByteArray> parts = text.split(';');
-    if (parts.size() != 2)
-        return false;
-    bool ok1 = false, ok2 = false;
-    instance = parts.at(0).toUInt(&ok1);
-    pin = parts.at(1).toInt(&ok2);
-    return ok1 && ok2;
-}
-
 } // namespace
-
-struct BlockCode::Parsed
-{
-    struct Pin
-    {
-        int id = 0;
-        bool inverted = false;
-        bool remanent = false;
-        QString initial;
-    };
-    struct Instance
-    {
-        unsigned int id = 0;
-        QString block;
-        unsigned int version = 0;
-        QString name;
-        QPointF position;
-        unsigned int runtime = 0;
-        bool runtimeAbsolute = false;
-        unsigned int background = 0;
-        bool backgroundAbsolute = false;
-        QString parameters;
-        QStringList lines;
-        QString note;
-        int error = 0;
-        QSizeF size;
-        QList<Pin> pins;
-    };
-    struct Connection
-    {
-        bool hasSource = false;
-        unsigned int sourceInstance = 0;
-        int sourcePin = 0;
-        bool hasTarget = false;
-        unsigned int targetInstance = 0;
-        int targetPin = 0;
-        QList<QPointF> nodes;
-    };
-    struct Label
-    {
-        QString node;
-        unsigned int id = 0;
-        unsigned int instance = 0;
-        int pin = 0;
-        QString name;
-        QPointF offset;
-    };
-    QList<Instance> instances;
-    QList<Connection> connections;
-    QList<Label> labels;
-    QList<QByteArray> localBlocks;
-};
 
 BlockCode::BlockCode(BlockDefinition* definition)
     : QObject(definition)
@@ -517,32 +393,8 @@ QByteArray BlockCode::text(QList<unsigned int> identifiers) const
 {
     QByteArray out;
     for (unsigned int id : std::as_const(identifiers)) {
-        const BlockInstance* instance = m_index.value(id);
-        if (!instance)
-            continue;
-        const Block* block = instance->block();
-        out += "[Instance]\n";
-        out += "Id=" + QByteArray::number(id) + '\n';
-        out += "Block=" + escape(block ? block->identifier() : instance->blockIdentifier()) + '\n';
-        out += "Version=" + QByteArray::number(block ? instance->version() : instance->blockVersion()) + '\n';
-        out += "Name=" + escape(instance->name()) + '\n';
-        out += "Position=" + pointText(instance->position()) + '\n';
-        out += "Runtime=" + QByteArray::number(realtime(id)) + '\n';
-        out += "Background=" + QByteArray::number(background(id)) + '\n';
-        out += "Parameters=" + escape(instance->parameterText(0)) + '\n';
-        out += "Lines=" + escape(instance->lines().join(QLatin1Char('\n'))) + '\n';
-        out += "LineCount=" + QByteArray::number(instance->lines().size()) + '\n';
-        out += "Note=" + escape(instance->note()) + '\n';
-        out += "Error=" + QByteArray::number(instance->error()) + '\n';
-        const QSizeF size = instance->ownSize();
-        if (size.isValid())
-            out += "Size=" + number(size.width()) + ';' + number(size.height()) + '\n';
-        for (const BlockPinInstance* pin : instance->pins()) {
-            if (!pin->isInverted() && !pin->isRemanent() && pin->initialValue().isEmpty())
-                continue;
-            out += "Pin=" + QByteArray::number(pin->identifier()) + ';' + (pin->isInverted() ? '1' : '0') + ';'
-                + (pin->isRemanent() ? '1' : '0') + ';' + escape(pin->initialValue()) + '\n';
-        }
+        if (const BlockInstance* instance = m_index.value(id))
+            out += CodeText::instanceText(InstanceRecord::of(instance));
     }
     // Every connection that touches one of the instances, so that undo brings back the wires to
     // blocks that stayed.
@@ -551,18 +403,8 @@ QByteArray BlockCode::text(QList<unsigned int> identifiers) const
         const BlockPinInstance* s = c->source();
         const BlockPinInstance* t = c->target();
         const bool touches = (s && set.contains(s->owner()->identifier())) || (t && set.contains(t->owner()->identifier()));
-        if (!touches)
-            continue;
-        out += "[Connection]\n";
-        out += "Source=" + (s ? QByteArray::number(s->owner()->identifier()) + ';' + QByteArray::number(s->identifier()) : QByteArray()) + '\n';
-        out += "Target=" + (t ? QByteArray::number(t->owner()->identifier()) + ';' + QByteArray::number(t->identifier()) : QByteArray()) + '\n';
-        QByteArray nodes;
-        for (const QPointF& p : c->nodePositions()) {
-            if (!nodes.isEmpty())
-                nodes += '|';
-            nodes += pointText(p);
-        }
-        out += "Nodes=" + nodes + '\n';
+        if (touches)
+            out += CodeText::connectionText(ConnectionRecord::of(c));
     }
     return out;
 }
@@ -573,164 +415,20 @@ QByteArray BlockCode::signalsAsText(QList<unsigned int> identifiers) const
     const QSet<unsigned int> set(identifiers.begin(), identifiers.end());
     for (const BlockInstanceHierarchyNode* node : m_nodes) {
         for (const SignalLabel* label : node->signalLabels()) {
-            if (!set.contains(label->instanceIdentifier()))
-                continue;
-            out += "[SignalLabel]\n";
-            out += "Node=" + escape(node->locationPath()) + '\n';
-            out += "Id=" + QByteArray::number(label->identifier()) + '\n';
-            out += "Instance=" + QByteArray::number(label->instanceIdentifier()) + '\n';
-            out += "Pin=" + QByteArray::number(label->pinIdentifier()) + '\n';
-            out += "Name=" + escape(label->name()) + '\n';
-            out += "Offset=" + pointText(label->offset()) + '\n';
+            if (set.contains(label->instanceIdentifier()))
+                out += CodeText::labelText(SignalLabelRecord::of(node, label));
         }
     }
     return out;
 }
 
-bool BlockCode::parseText(const QByteArray& text, Parsed& parsed) const
-{
-    enum Section { None, InstanceSection, ConnectionSection, LabelSection, LocalSection } section = None;
-    const QList<QByteArray> lines = text.split('\n');
-    for (QByteArray line : lines) {
-        if (line.endsWith('\r'))
-            line.chop(1);
-        if (line.isEmpty() || line.startsWith(';'))
-            continue;
-        if (line.startsWith('[')) {
-            if (line == "[Instance]") {
-                section = InstanceSection;
-                parsed.instances.append(Parsed::Instance());
-            } else if (line == "[Connection]") {
-                section = ConnectionSection;
-                parsed.connections.append(Parsed::Connection());
-            } else if (line == "[SignalLabel]") {
-                section = LabelSection;
-                parsed.labels.append(Parsed::Label());
-            } else if (line == "[LocalBlock]") {
-                section = LocalSection;
-                parsed.localBlocks.append(QByteArray());
-            } else {
-                return false;
-            }
-            continue;
-        }
-        const qsizetype eq = line.indexOf('=');
-        if (eq <= 0)
-            return false;
-        const QByteArray key = line.left(eq);
-        const QByteArray value = line.mid(eq + 1);
-        bool ok = true;
-        switch (section) {
-        case None:
-            return false;
-        case InstanceSection: {
-            Parsed::Instance& i = parsed.instances.last();
-            if (key == "Id") {
-                i.id = value.toUInt(&ok);
-                ok = ok && i.id != 0;
-            } else if (key == "Block") {
-                ok = unescape(value, i.block) && !i.block.isEmpty();
-            } else if (key == "Version") {
-                i.version = value.toUInt(&ok);
-            } else if (key == "Name") {
-                ok = unescape(value, i.name);
-            } else if (key == "Position") {
-                ok = parsePoint(value, i.position);
-            } else if (key == "Runtime" || key == "RuntimeAbsolute") {
-                i.runtime = value.toUInt(&ok);
-                i.runtimeAbsolute = key == "RuntimeAbsolute";
-            } else if (key == "Background" || key == "BackgroundAbsolute") {
-                i.background = value.toUInt(&ok);
-                i.backgroundAbsolute = key == "BackgroundAbsolute";
-            } else if (key == "Parameters") {
-                ok = unescape(value, i.parameters);
-            } else if (key == "Lines") {
-                QString joined;
-                ok = unescape(value, joined);
-                i.lines = joined.isEmpty() ? QStringList() : joined.split(QLatin1Char('\n'));
-            } else if (key == "LineCount") {
-                // One empty line and no lines at all read the same from "Lines="; the count tells.
-                const uint count = value.toUInt(&ok);
-                if (ok && count == 1 && i.lines.isEmpty())
-                    i.lines = QStringList{QString()};
-            } else if (key == "Note") {
-                ok = unescape(value, i.note);
-            } else if (key == "Error") {
-                i.error = value.toInt(&ok);
-            } else if (key == "Size") {
-                QPointF p;
-                ok = parsePoint(value, p);
-                i.size = QSizeF(p.x(), p.y());
-            } else if (key == "Pin") {
-                const QList<QByteArray> parts = value.split(';');
-                if (parts.size() < 4)
-                    return false;
-                Parsed::Pin pin;
-                pin.id = parts.at(0).toInt(&ok);
-                pin.inverted = parts.at(1) == "1";
-                pin.remanent = parts.at(2) == "1";
-                ok = ok && unescape(value.mid(parts.at(0).size() + parts.at(1).size() + parts.at(2).size() + 3), pin.initial);
-                i.pins.append(pin);
-            }
-            break;
-        }
-        case ConnectionSection: {
-            Parsed::Connection& c = parsed.connections.last();
-            if (key == "Source") {
-                ok = parseEnd(value, c.hasSource, c.sourceInstance, c.sourcePin);
-            } else if (key == "Target") {
-                ok = parseEnd(value, c.hasTarget, c.targetInstance, c.targetPin);
-            } else if (key == "Nodes") {
-                if (!value.isEmpty()) {
-                    for (const QByteArray& part : value.split('|')) {
-                        QPointF p;
-                        if (!parsePoint(part, p))
-                            return false;
-                        c.nodes.append(p);
-                    }
-                }
-            }
-            break;
-        }
-        case LabelSection: {
-            Parsed::Label& l = parsed.labels.last();
-            if (key == "Node")
-                ok = unescape(value, l.node);
-            else if (key == "Id")
-                l.id = value.toUInt(&ok);
-            else if (key == "Instance")
-                l.instance = value.toUInt(&ok);
-            else if (key == "Pin")
-                l.pin = value.toInt(&ok);
-            else if (key == "Name")
-                ok = unescape(value, l.name);
-            else if (key == "Offset")
-                ok = parsePoint(value, l.offset);
-            break;
-        }
-        case LocalSection:
-            if (key == "Contents") {
-                parsed.localBlocks.last() = QByteArray::fromBase64(value, QByteArray::AbortOnBase64DecodingErrors);
-                ok = !parsed.localBlocks.last().isEmpty();
-            }
-            break;
-        }
-        if (!ok)
-            return false;
-    }
-    for (const Parsed::Instance& i : std::as_const(parsed.instances)) {
-        if (i.id == 0 || i.block.isEmpty())
-            return false;
-    }
-    return true;
-}
-
-QList<unsigned int> BlockCode::applyParsed(const Parsed& parsed, bool freshIdentifiers)
+QList<unsigned int> BlockCode::applyText(const CodeText::Content& content, bool freshIdentifiers)
 {
     QHash<unsigned int, unsigned int> map;
     QList<unsigned int> restored;
     QList<QPair<unsigned int, unsigned int>> realtimeRelative, realtimeAbsolute, backgroundRelative, backgroundAbsolute;
-    for (const Parsed::Instance& record : parsed.instances) {
+    for (const CodeText::Instance& entry : content.instances) {
+        const InstanceRecord& record = entry.record;
         BlockDefinition* definition = m_definition->resolveDefinition(record.block, record.version);
         if (!definition || definition == m_definition) {
             System::addInformationMessage(tr("Bausteincode"),
@@ -747,24 +445,11 @@ QList<unsigned int> BlockCode::applyParsed(const Parsed& parsed, bool freshIdent
             continue;
         map.insert(record.id, id);
         restored.append(id);
-        instance->m_name = record.name;
-        instance->m_position = record.position;
-        instance->m_parameterText = record.parameters;
-        instance->m_lines = record.lines;
-        instance->m_note = record.note;
-        instance->m_error = record.error;
-        instance->setSize(record.size);
-        for (const Parsed::Pin& p : record.pins) {
-            if (BlockPinInstance* pin = instance->pin(p.id)) {
-                pin->m_inverted = p.inverted && pin->isInvertible();
-                pin->m_remanent = p.remanent;
-                pin->m_initialValue = p.initial;
-            }
-        }
-        if (record.runtime)
-            (record.runtimeAbsolute ? realtimeAbsolute : realtimeRelative).append({record.runtime, id});
+        record.applyTo(instance);
+        if (record.realtime)
+            (entry.realtimeAbsolute ? realtimeAbsolute : realtimeRelative).append({record.realtime, id});
         if (record.background)
-            (record.backgroundAbsolute ? backgroundAbsolute : backgroundRelative).append({record.background, id});
+            (entry.backgroundAbsolute ? backgroundAbsolute : backgroundRelative).append({record.background, id});
     }
     std::sort(realtimeAbsolute.begin(), realtimeAbsolute.end());
     std::sort(realtimeRelative.begin(), realtimeRelative.end());
@@ -780,27 +465,27 @@ QList<unsigned int> BlockCode::applyParsed(const Parsed& parsed, bool freshIdent
         m_background.append(e.second);
     orderChanged();
 
-    auto pinOf = [&](bool present, unsigned int instance, int pin, bool& outside) -> BlockPinInstance* {
+    auto pinOf = [&](const ConnectionEndRecord& end, bool& outside) -> BlockPinInstance* {
         outside = false;
-        if (!present)
+        if (!end.present)
             return nullptr;
-        auto it = map.constFind(instance);
+        auto it = map.constFind(end.instance);
         if (it == map.constEnd()) {
             // A pasted wire to a block that was not copied has nothing to end on.
             if (freshIdentifiers) {
                 outside = true;
                 return nullptr;
             }
-            BlockInstance* existing = m_index.value(instance);
-            return existing ? existing->pin(pin) : nullptr;
+            BlockInstance* existing = m_index.value(end.instance);
+            return existing ? existing->pin(end.pin) : nullptr;
         }
         BlockInstance* target = m_index.value(*it);
-        return target ? target->pin(pin) : nullptr;
+        return target ? target->pin(end.pin) : nullptr;
     };
-    for (const Parsed::Connection& c : parsed.connections) {
+    for (const ConnectionRecord& c : content.connections) {
         bool sourceOutside = false, targetOutside = false;
-        BlockPinInstance* source = pinOf(c.hasSource, c.sourceInstance, c.sourcePin, sourceOutside);
-        BlockPinInstance* target = pinOf(c.hasTarget, c.targetInstance, c.targetPin, targetOutside);
+        BlockPinInstance* source = pinOf(c.source, sourceOutside);
+        BlockPinInstance* target = pinOf(c.target, targetOutside);
         if (sourceOutside || targetOutside || (!source && !target))
             continue;
         bool exists = false;
@@ -815,7 +500,7 @@ QList<unsigned int> BlockCode::applyParsed(const Parsed& parsed, bool freshIdent
     }
 
     if (!freshIdentifiers) {
-        for (const Parsed::Label& l : parsed.labels) {
+        for (const SignalLabelRecord& l : content.labels) {
             BlockInstanceHierarchyNode* node = nullptr;
             for (BlockInstanceHierarchyNode* candidate : std::as_const(m_nodes)) {
                 if (candidate->locationPath() == l.node) {
@@ -825,8 +510,7 @@ QList<unsigned int> BlockCode::applyParsed(const Parsed& parsed, bool freshIdent
             }
             if (!node || !m_index.contains(l.instance) || !node->signalLabels(l.instance, l.pin).isEmpty())
                 continue;
-            if (SignalLabel* label = node->createSignalLabel(l.instance, l.pin, l.name, node->signalLabel(l.id) ? 0 : l.id))
-                label->setOffset(l.offset);
+            l.createOn(node, node->signalLabel(l.id) ? 0 : l.id);
         }
     }
     notifyChanged();
@@ -835,12 +519,12 @@ QList<unsigned int> BlockCode::applyParsed(const Parsed& parsed, bool freshIdent
 
 QList<unsigned int> BlockCode::restoreCode(const QByteArray& text, bool freshIdentifiers)
 {
-    Parsed parsed;
-    if (!parseText(text, parsed)) {
+    CodeText::Content content;
+    if (!CodeText::parse(text, content)) {
         System::addCriticalMessage(tr("Bausteincode"), tr("Der Text des Bausteincodes ist beschädigt und wurde nicht übernommen."));
         return {};
     }
-    return applyParsed(parsed, freshIdentifiers);
+    return applyText(content, freshIdentifiers);
 }
 
 void BlockCode::restoreCodeFromText(const QByteArray& text, bool freshIdentifiers)
@@ -860,7 +544,7 @@ QMimeData* BlockCode::createTransferData(const QList<unsigned int>& identifiers)
         if (!block || carried.contains(block) || !(block->isLocalBlock() || block->isFallbackBlock()))
             continue;
         carried.insert(block);
-        payload += "[LocalBlock]\nContents=" + block->saveContents().toBase64() + '\n';
+        payload += CodeText::localBlockText(block->saveContents());
     }
     auto* data = new QMimeData;
     data->setData(TransferMimeType, payload);
@@ -874,16 +558,16 @@ QList<unsigned int> BlockCode::insertTransferData(const QMimeData* data) const
     const QByteArray payload = data->data(TransferMimeType);
     if (!payload.startsWith(kTransferHeader))
         return {};
-    Parsed parsed;
-    if (!parseText(payload.mid(kTransferHeader.size()), parsed)) {
+    CodeText::Content content;
+    if (!CodeText::parse(payload.mid(kTransferHeader.size()), content)) {
         System::addCriticalMessage(tr("Bausteincode"), tr("Die Daten in der Zwischenablage sind beschädigt und wurden nicht eingefügt."));
         return {};
     }
     // Validate the carried blocks before anything is inserted.
     QList<Block*> blocks;
-    for (const QByteArray& contents : std::as_const(parsed.localBlocks)) {
+    for (const QByteArray& contents : std::as_const(content.localBlocks)) {
         const QJsonDocument doc = QJsonDocument::fromJson(contents);
-        const QString identifier = doc.object().value(QStringLiteral("identifier")).toString();
+        const QString identifier = doc.object().value(JsonKey::Identifier).toString();
         if (identifier.isEmpty()) {
             qDeleteAll(blocks);
             System::addCriticalMessage(tr("Bausteincode"), tr("Die Daten in der Zwischenablage sind beschädigt und wurden nicht eingefügt."));
@@ -909,7 +593,7 @@ QList<unsigned int> BlockCode::insertTransferData(const QMimeData* data) const
             library = m_definition->ensureLocalBlockLibrary();
         library->insertBlock(block);
     }
-    return self->applyParsed(parsed, true);
+    return self->applyText(content, true);
 }
 
 void BlockCode::exportToTextFile(const QString& path)

@@ -17,6 +17,9 @@ class BlockInstanceHierarchyNode;
 class BlockPinConnection;
 class BlockPinInstance;
 class QMimeData;
+namespace CodeText {
+struct Content;
+}
 namespace ModelJson {
 class Reader;
 }
@@ -114,9 +117,7 @@ private:
     void pinAboutToGo(BlockPinInstance* pin);
     void orderChanged() { m_orderDirty = true; }
     void refreshOrder() const;
-    struct Parsed;
-    bool parseText(const QByteArray& text, Parsed& parsed) const;
-    QList<unsigned int> applyParsed(const Parsed& parsed, bool freshIdentifiers);
+    QList<unsigned int> applyText(const CodeText::Content& content, bool freshIdentifiers);
 
     BlockDefinition* m_definition;
     QList<BlockInstance*> m_instances;

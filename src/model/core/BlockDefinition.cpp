@@ -11,6 +11,7 @@
 #include "LanguageManager.h"
 #include "ModelDialogs.h"
 #include "ModelJson.h"
+#include "ModelRecords.h"
 #include "ParameterDefinition.h"
 #include "ParameterDefinitionLoader.h"
 #include "ParameterDefinitionSaver.h"
@@ -20,7 +21,6 @@
 #include <QBuffer>
 #include <QCoreApplication>
 #include <QImage>
-#include <QJsonObject>
 #include <QPainter>
 #include <QSvgRenderer>
 
@@ -118,15 +118,15 @@ void BlockDefinition::cloneFrom(const BlockDefinition* other)
 {
     if (!other || other == this)
         return;
-    // One path for every field: the same JSON form that snapshots and project files use.
-    QJsonObject data = ModelJson::definitionToJson(other);
-    data.insert(QStringLiteral("version"), double(m_version));
+    // One path for every field: the same records that snapshots and project files use.
+    DefinitionRecord record = DefinitionRecord::of(other);
+    record.version = m_version;
     if (!other->m_code && m_code) {
         delete m_code;
         m_code = nullptr;
     }
-    ModelJson::Reader reader(QStringLiteral("clone"));
-    reader.readDefinitionInto(this, data);
+    ModelJson::Reader reader;
+    reader.readDefinitionInto(this, record);
     reader.fillCode();
     for (BlockInstance* instance : std::as_const(m_instances))
         instance->syncPins();

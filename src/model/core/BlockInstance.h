@@ -20,9 +20,7 @@ class BlockDefinition;
 class BlockInstanceArea;
 class BlockPinInstance;
 class BlockSymbol;
-namespace ModelJson {
-class Reader;
-}
+struct InstanceRecord;
 
 
 // One placed block in a code.
@@ -92,7 +90,7 @@ Q_SIGNALS:
     void definitionChanged();
 
 private:
-    friend class ModelJson::Reader;
+    friend struct InstanceRecord;
     friend class BlockCode;
     friend class BlockInstanceArea;
     friend class BlockDefinition;

@@ -9,9 +9,7 @@
 class BlockInstance;
 class BlockInstanceArea;
 class BlockPin;
-namespace ModelJson {
-class Reader;
-}
+struct InstanceRecord;
 
 
 // The pin of one instance: the definition's pin and what the instance sets on it.
@@ -40,7 +38,7 @@ public:
     void setRemanent(bool remanent);
 
 private:
-    friend class ModelJson::Reader;
+    friend struct InstanceRecord;
     friend class BlockInstance;
     friend class BlockCode;
     BlockPinInstance(BlockInstance* owner, int identifier);

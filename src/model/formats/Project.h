@@ -12,6 +12,10 @@
 class BlockInstanceArea;
 class BlockLibraryContainer;
 class SimpleType;
+struct ProjectRecord;
+namespace ModelJson {
+class Reader;
+}
 
 // A project: its libraries, group names, types and areas, read from and written to the JSON files
 // described in docs/project-format.md. Reading is all or nothing: a project is made complete before
@@ -67,6 +71,12 @@ Q_SIGNALS:
 private:
     Project();
     static Project* read(const QByteArray& json, const QString& baseDirectory, const QString& fileName, QString* error);
+    // The steps of read() once the files are valid.
+    void takeNamesAndTypes(const ProjectRecord& record);
+    void makeLibraries(const ProjectRecord& record, const QString& baseDirectory, ModelJson::Reader& builder);
+    void makeAreas(const ProjectRecord& record, ModelJson::Reader& builder);
+    // After the code is in place; returns how many labels had no pin to stand on.
+    int placeLabelsAndParameters(const ProjectRecord& record);
 
     QString m_name;
     QString m_filePath;

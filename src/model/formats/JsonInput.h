@@ -44,7 +44,7 @@ private:
 };
 
 // The checks and conversions of single values that the records share. A conversion is lenient on
-// purpose: a value the format leaves unchecked reads as its default, as it always has.
+// purpose: a value the format leaves unchecked reads as its default instead of refusing the file.
 namespace JsonValue {
 
 // A whole number from 0 to 4294967295, and from -2147483648 to 2147483647.

@@ -15,6 +15,7 @@
 #include "BlockRepository.h"
 #include "ConnectionItem.h"
 #include "ConnectionNodeItem.h"
+#include "MoveCommand.h"
 #include "ParameterContainer.h"
 #include "ParameterCoordinate.h"
 #include "SceneMetrics.h"
@@ -436,8 +437,9 @@ bool BlockDefinitionScene::moveSelectionByKey(int key)
         return false;
     }
     const bool moved = moveItems(list, dx, dy);
-    // The editing layer takes this further: it pushes MoveCommand(this, list, QPointF(dx, dy)) with the
-    // unfiltered list and the unclamped delta, whether or not anything moved and also when read-only.
+    // The unclamped delta and the whole list, whether or not anything moved and also when read-only:
+    // the undo of such an entry moves the items by the full step.
+    d->undoStack->push(new MoveCommand(this, list, QPointF(dx, dy)));
     return moved;
 }
 
@@ -651,8 +653,7 @@ void BlockDefinitionScene::mouseReleaseEvent(QGraphicsSceneMouseEvent* event)
     if (!list.isEmpty() && d->dragItem && list.contains(d->dragItem))
         delta = d->dragItem->pos() - QPointF(d->dragStartX, d->dragStartY);
     if (!list.isEmpty() && std::abs(delta.x()) + std::abs(delta.y()) > MoveCommandThreshold && !d->rubberBand) {
-        // The editing layer takes this further: it pushes MoveCommand(this, list, delta), which records
-        // the move that the items already made.
+        d->undoStack->push(new MoveCommand(this, list, delta));
     }
     d->dragItem = nullptr;
     d->dragStartX = 0.0;

@@ -48,23 +48,6 @@ namespace {
 
 const QString DefinitionMime = QStringLiteral("zk6/blockdefinitionidentifier");
 
-// A mouse event as a view sends it during a drag: the press position stays the button-down position.
-void sendMouse(QGraphicsScene* scene, QEvent::Type type, QPointF scenePos, QPointF downPos,
-               Qt::KeyboardModifiers modifiers = Qt::NoModifier)
-{
-    QGraphicsSceneMouseEvent event(type);
-    event.setScenePos(scenePos);
-    event.setScreenPos(scenePos.toPoint());
-    event.setButtonDownScenePos(Qt::LeftButton, downPos);
-    event.setButtonDownScreenPos(Qt::LeftButton, downPos.toPoint());
-    event.setLastScenePos(scenePos);
-    event.setLastScreenPos(scenePos.toPoint());
-    event.setButton(type == QEvent::GraphicsSceneMouseMove ? Qt::NoButton : Qt::LeftButton);
-    event.setButtons(type == QEvent::GraphicsSceneMouseRelease ? Qt::NoButton : Qt::LeftButton);
-    event.setModifiers(modifiers);
-    QApplication::sendEvent(scene, &event);
-}
-
 Qt::DropAction sendDrag(QGraphicsScene* scene, QEvent::Type type, const QByteArray& payload, QPointF scenePos,
                         const QString& format = DefinitionMime)
 {
@@ -906,12 +889,12 @@ void tst_BlockDefinitionScene::groupDragOfNodesSnapsAtHalfUnits()
     corners.at(1)->setSelected(true);
     // Control keeps the selection on a press beside it, which is then no selection gesture.
     const QPointF press(900000, 900000);
-    sendMouse(s, QEvent::GraphicsSceneMousePress, press, press, Qt::ControlModifier);
+    sendSceneDragMouse(s, QEvent::GraphicsSceneMousePress, press, press, Qt::ControlModifier);
     QVERIFY(corners.at(0)->isSelected() && corners.at(1)->isSelected());
-    sendMouse(s, QEvent::GraphicsSceneMouseMove, press + QPointF(400, 0), press);
+    sendSceneDragMouse(s, QEvent::GraphicsSceneMouseMove, press + QPointF(400, 0), press);
     QCOMPARE(corners.at(0)->pos(), first + QPointF(500, 0));
     QCOMPARE(corners.at(1)->pos(), second + QPointF(500, 0));
-    sendMouse(s, QEvent::GraphicsSceneMouseRelease, press + QPointF(400, 0), press);
+    sendSceneDragMouse(s, QEvent::GraphicsSceneMouseRelease, press + QPointF(400, 0), press);
 }
 
 void tst_BlockDefinitionScene::groupDragWithABlockSnapsAtWholeUnits()
@@ -924,15 +907,15 @@ void tst_BlockDefinitionScene::groupDragWithABlockSnapsAtWholeUnits()
     corners.at(1)->setSelected(true);
     item(m_or)->setSelected(true);
     const QPointF press = corners.at(0)->scenePos();
-    sendMouse(s, QEvent::GraphicsSceneMousePress, press, press, Qt::ControlModifier);
-    sendMouse(s, QEvent::GraphicsSceneMouseMove, press + QPointF(400, 0), press);
+    sendSceneDragMouse(s, QEvent::GraphicsSceneMousePress, press, press, Qt::ControlModifier);
+    sendSceneDragMouse(s, QEvent::GraphicsSceneMouseMove, press + QPointF(400, 0), press);
     // Below half a unit of the block raster: nothing moves.
     QCOMPARE(corners.at(0)->pos(), node);
     QCOMPARE(m_or->position(), QPointF(20, 30));
-    sendMouse(s, QEvent::GraphicsSceneMouseMove, press + QPointF(600, 0), press);
+    sendSceneDragMouse(s, QEvent::GraphicsSceneMouseMove, press + QPointF(600, 0), press);
     QCOMPARE(corners.at(0)->pos(), node + QPointF(1000, 0));
     QCOMPARE(m_or->position(), QPointF(21, 30));
-    sendMouse(s, QEvent::GraphicsSceneMouseRelease, press + QPointF(600, 0), press);
+    sendSceneDragMouse(s, QEvent::GraphicsSceneMouseRelease, press + QPointF(600, 0), press);
 }
 
 void tst_BlockDefinitionScene::groupDragKeepsTheGrabbedNodeWithTheOthers_data()
@@ -954,14 +937,14 @@ void tst_BlockDefinitionScene::groupDragKeepsTheGrabbedNodeWithTheOthers()
     corners.at(0)->setSelected(true);
     corners.at(1)->setSelected(true);
     const QPointF press = corners.at(grabbed)->scenePos();
-    sendMouse(s, QEvent::GraphicsSceneMousePress, press, press, Qt::ControlModifier);
+    sendSceneDragMouse(s, QEvent::GraphicsSceneMousePress, press, press, Qt::ControlModifier);
     QVERIFY(corners.at(0)->isSelected() && corners.at(1)->isSelected());
     for (int step = 1; step <= 3; ++step) {
-        sendMouse(s, QEvent::GraphicsSceneMouseMove, press + QPointF(500.0 * step, 0), press);
+        sendSceneDragMouse(s, QEvent::GraphicsSceneMouseMove, press + QPointF(500.0 * step, 0), press);
         QCOMPARE(corners.at(0)->pos(), first + QPointF(500.0 * step, 0));
         QCOMPARE(corners.at(1)->pos(), second + QPointF(500.0 * step, 0));
     }
-    sendMouse(s, QEvent::GraphicsSceneMouseRelease, press + QPointF(1500, 0), press);
+    sendSceneDragMouse(s, QEvent::GraphicsSceneMouseRelease, press + QPointF(1500, 0), press);
     QCOMPARE(corners.at(0)->pos(), first + QPointF(1500, 0));
     QCOMPARE(corners.at(1)->pos(), second + QPointF(1500, 0));
     const QList<QPointF> stored = m_wire->nodePositions();
@@ -978,12 +961,12 @@ void tst_BlockDefinitionScene::moveItemsKeepsAGrabbedNodeWhereItWent()
     const QList<ConnectionNodeItem*> corners = cornerNodes(s);
     const QPointF grabbed = corners.at(0)->pos();
     const QPointF other = corners.at(1)->pos();
-    sendMouse(s, QEvent::GraphicsSceneMousePress, grabbed, grabbed, Qt::ControlModifier);
+    sendSceneDragMouse(s, QEvent::GraphicsSceneMousePress, grabbed, grabbed, Qt::ControlModifier);
     QVERIFY(s->moveItems({corners.at(1), corners.at(0)}, 1000.0, 0.0));
     QCOMPARE(corners.at(0)->pos(), grabbed + QPointF(1000, 0));
     QCOMPARE(corners.at(1)->pos(), other + QPointF(1000, 0));
     QCOMPARE(m_wire->nodePositions().at(1), (grabbed + QPointF(1000, 0)) / 1000.0);
-    sendMouse(s, QEvent::GraphicsSceneMouseRelease, grabbed + QPointF(1000, 0), grabbed);
+    sendSceneDragMouse(s, QEvent::GraphicsSceneMouseRelease, grabbed + QPointF(1000, 0), grabbed);
     QCOMPARE(corners.at(0)->pos(), grabbed + QPointF(1000, 0));
 }
 
@@ -994,12 +977,12 @@ void tst_BlockDefinitionScene::groupDragStopsAtTheOrigin()
     item(m_and)->setSelected(true);
     item(m_not)->setSelected(true);
     const QPointF press = centreOf(item(m_not));
-    sendMouse(s, QEvent::GraphicsSceneMousePress, press, press, Qt::ControlModifier);
+    sendSceneDragMouse(s, QEvent::GraphicsSceneMousePress, press, press, Qt::ControlModifier);
     QVERIFY(item(m_and)->isSelected() && item(m_not)->isSelected());
-    sendMouse(s, QEvent::GraphicsSceneMouseMove, press - QPointF(35000, 15000), press);
+    sendSceneDragMouse(s, QEvent::GraphicsSceneMouseMove, press - QPointF(35000, 15000), press);
     QCOMPARE(m_and->position(), QPointF(0, 0));
     QCOMPARE(m_not->position(), QPointF(20, 0));
-    sendMouse(s, QEvent::GraphicsSceneMouseRelease, press - QPointF(35000, 15000), press);
+    sendSceneDragMouse(s, QEvent::GraphicsSceneMouseRelease, press - QPointF(35000, 15000), press);
 }
 
 void tst_BlockDefinitionScene::groupDragAccumulatesSteps()
@@ -1009,18 +992,18 @@ void tst_BlockDefinitionScene::groupDragAccumulatesSteps()
     item(m_and)->setSelected(true);
     item(m_or)->setSelected(true);
     const QPointF press = centreOf(item(m_and));
-    sendMouse(s, QEvent::GraphicsSceneMousePress, press, press, Qt::ControlModifier);
-    sendMouse(s, QEvent::GraphicsSceneMouseMove, press + QPointF(1400, -600), press);
+    sendSceneDragMouse(s, QEvent::GraphicsSceneMousePress, press, press, Qt::ControlModifier);
+    sendSceneDragMouse(s, QEvent::GraphicsSceneMouseMove, press + QPointF(1400, -600), press);
     QCOMPARE(m_and->position(), QPointF(21, 9));
     QCOMPARE(m_or->position(), QPointF(21, 29));
     // Only what was not yet applied counts: 2600 - 1000 rounds to two more units.
-    sendMouse(s, QEvent::GraphicsSceneMouseMove, press + QPointF(2600, -600), press);
+    sendSceneDragMouse(s, QEvent::GraphicsSceneMouseMove, press + QPointF(2600, -600), press);
     QCOMPARE(m_and->position(), QPointF(23, 9));
     QCOMPARE(m_or->position(), QPointF(23, 29));
     // Back again.
-    sendMouse(s, QEvent::GraphicsSceneMouseMove, press, press);
+    sendSceneDragMouse(s, QEvent::GraphicsSceneMouseMove, press, press);
     QCOMPARE(m_and->position(), QPointF(20, 10));
-    sendMouse(s, QEvent::GraphicsSceneMouseRelease, press, press);
+    sendSceneDragMouse(s, QEvent::GraphicsSceneMouseRelease, press, press);
 }
 
 void tst_BlockDefinitionScene::groupDragRestoresMovability()
@@ -1030,13 +1013,13 @@ void tst_BlockDefinitionScene::groupDragRestoresMovability()
     item(m_and)->setSelected(true);
     item(m_or)->setSelected(true);
     const QPointF press = centreOf(item(m_and));
-    sendMouse(s, QEvent::GraphicsSceneMousePress, press, press, Qt::ControlModifier);
-    sendMouse(s, QEvent::GraphicsSceneMouseMove, press + QPointF(3000, 0), press);
+    sendSceneDragMouse(s, QEvent::GraphicsSceneMousePress, press, press, Qt::ControlModifier);
+    sendSceneDragMouse(s, QEvent::GraphicsSceneMouseMove, press + QPointF(3000, 0), press);
     QVERIFY(item(m_and)->flags() & QGraphicsItem::ItemIsMovable);
     QVERIFY(item(m_or)->flags() & QGraphicsItem::ItemIsMovable);
     // The toolkit did not move them on top of the raster steps.
     QCOMPARE(m_and->position(), QPointF(23, 10));
-    sendMouse(s, QEvent::GraphicsSceneMouseRelease, press + QPointF(3000, 0), press);
+    sendSceneDragMouse(s, QEvent::GraphicsSceneMouseRelease, press + QPointF(3000, 0), press);
 }
 
 void tst_BlockDefinitionScene::groupDragInReadOnlyModeMovesNothing()
@@ -1046,11 +1029,11 @@ void tst_BlockDefinitionScene::groupDragInReadOnlyModeMovesNothing()
     item(m_and)->setSelected(true);
     item(m_or)->setSelected(true);
     const QPointF press = centreOf(item(m_and));
-    sendMouse(s, QEvent::GraphicsSceneMousePress, press, press, Qt::ControlModifier);
-    sendMouse(s, QEvent::GraphicsSceneMouseMove, press + QPointF(3000, 0), press);
+    sendSceneDragMouse(s, QEvent::GraphicsSceneMousePress, press, press, Qt::ControlModifier);
+    sendSceneDragMouse(s, QEvent::GraphicsSceneMouseMove, press + QPointF(3000, 0), press);
     QCOMPARE(m_and->position(), QPointF(20, 10));
     QCOMPARE(m_or->position(), QPointF(20, 30));
-    sendMouse(s, QEvent::GraphicsSceneMouseRelease, press + QPointF(3000, 0), press);
+    sendSceneDragMouse(s, QEvent::GraphicsSceneMouseRelease, press + QPointF(3000, 0), press);
 }
 
 void tst_BlockDefinitionScene::pressOnEmptySpaceStartsASelectionGesture()
@@ -1058,22 +1041,22 @@ void tst_BlockDefinitionScene::pressOnEmptySpaceStartsASelectionGesture()
     BlockDefinitionScene* s = scene();
     s->setReadOnly(false);
     const QPointF empty(900000, 900000);
-    sendMouse(s, QEvent::GraphicsSceneMousePress, empty, empty);
+    sendSceneDragMouse(s, QEvent::GraphicsSceneMousePress, empty, empty);
     QVERIFY(s->selectedItems().isEmpty());
     // What the view's rubber band selects during the gesture is not dragged.
     item(m_and)->setSelected(true);
     item(m_or)->setSelected(true);
-    sendMouse(s, QEvent::GraphicsSceneMouseMove, empty + QPointF(3000, 0), empty);
+    sendSceneDragMouse(s, QEvent::GraphicsSceneMouseMove, empty + QPointF(3000, 0), empty);
     QCOMPARE(m_and->position(), QPointF(20, 10));
-    sendMouse(s, QEvent::GraphicsSceneMouseRelease, empty + QPointF(3000, 0), empty);
+    sendSceneDragMouse(s, QEvent::GraphicsSceneMouseRelease, empty + QPointF(3000, 0), empty);
 
     // The release ended the gesture: the next press on the selection drags it.
     const QPointF press = centreOf(item(m_and));
-    sendMouse(s, QEvent::GraphicsSceneMousePress, press, press, Qt::ControlModifier);
-    sendMouse(s, QEvent::GraphicsSceneMouseMove, press + QPointF(3000, 0), press);
+    sendSceneDragMouse(s, QEvent::GraphicsSceneMousePress, press, press, Qt::ControlModifier);
+    sendSceneDragMouse(s, QEvent::GraphicsSceneMouseMove, press + QPointF(3000, 0), press);
     QCOMPARE(m_and->position(), QPointF(23, 10));
     QCOMPARE(m_or->position(), QPointF(23, 30));
-    sendMouse(s, QEvent::GraphicsSceneMouseRelease, press + QPointF(3000, 0), press);
+    sendSceneDragMouse(s, QEvent::GraphicsSceneMouseRelease, press + QPointF(3000, 0), press);
 }
 
 void tst_BlockDefinitionScene::singleBlockIsMovedByTheToolkit()
@@ -1081,12 +1064,12 @@ void tst_BlockDefinitionScene::singleBlockIsMovedByTheToolkit()
     BlockDefinitionScene* s = scene();
     s->setReadOnly(false);
     const QPointF press = centreOf(item(m_or));
-    sendMouse(s, QEvent::GraphicsSceneMousePress, press, press);
+    sendSceneDragMouse(s, QEvent::GraphicsSceneMousePress, press, press);
     QCOMPARE(s->selectedItems(), QList<QGraphicsItem*>{item(m_or)});
-    sendMouse(s, QEvent::GraphicsSceneMouseMove, press + QPointF(2400, 1700), press);
+    sendSceneDragMouse(s, QEvent::GraphicsSceneMouseMove, press + QPointF(2400, 1700), press);
     // The block snaps by itself.
     QCOMPARE(m_or->position(), QPointF(22, 32));
-    sendMouse(s, QEvent::GraphicsSceneMouseRelease, press + QPointF(2400, 1700), press);
+    sendSceneDragMouse(s, QEvent::GraphicsSceneMouseRelease, press + QPointF(2400, 1700), press);
     QCOMPARE(m_or->position(), QPointF(22, 32));
 }
 

@@ -117,6 +117,22 @@ void sendSceneMouse(QGraphicsScene* scene, QEvent::Type type, QPointF scenePos, 
     QApplication::sendEvent(scene, &event);
 }
 
+void sendSceneDragMouse(QGraphicsScene* scene, QEvent::Type type, QPointF scenePos, QPointF downPos,
+                        Qt::KeyboardModifiers modifiers)
+{
+    QGraphicsSceneMouseEvent event(type);
+    event.setScenePos(scenePos);
+    event.setScreenPos(scenePos.toPoint());
+    event.setButtonDownScenePos(Qt::LeftButton, downPos);
+    event.setButtonDownScreenPos(Qt::LeftButton, downPos.toPoint());
+    event.setLastScenePos(scenePos);
+    event.setLastScreenPos(scenePos.toPoint());
+    event.setButton(type == QEvent::GraphicsSceneMouseMove ? Qt::NoButton : Qt::LeftButton);
+    event.setButtons(type == QEvent::GraphicsSceneMouseRelease ? Qt::NoButton : Qt::LeftButton);
+    event.setModifiers(modifiers);
+    QApplication::sendEvent(scene, &event);
+}
+
 bool sendSceneKey(QGraphicsScene* scene, int key, Qt::KeyboardModifiers modifiers)
 {
     QKeyEvent event(QEvent::KeyPress, key, modifiers);

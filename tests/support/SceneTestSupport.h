@@ -112,6 +112,10 @@ int itemCount(QGraphicsScene* scene)
 // Sends a mouse event of the given type straight to the scene, as a view would.
 void sendSceneMouse(QGraphicsScene* scene, QEvent::Type type, QPointF scenePos,
                     Qt::MouseButton button = Qt::LeftButton, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
+// A left-button mouse event as a view sends it during a drag: the press position stays the
+// button-down position, and a move carries the button in buttons() only.
+void sendSceneDragMouse(QGraphicsScene* scene, QEvent::Type type, QPointF scenePos, QPointF downPos,
+                        Qt::KeyboardModifiers modifiers = Qt::NoModifier);
 // A key press sent straight to the scene; returns whether the event came back accepted.
 bool sendSceneKey(QGraphicsScene* scene, int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
 

@@ -1,5 +1,7 @@
 #include "CodeText.h"
 
+#include "LineEscape.h"
+
 #include <QLocale>
 
 namespace CodeText {
@@ -39,22 +41,6 @@ constexpr char Instance[] = "Instance";
 constexpr char Offset[] = "Offset";
 constexpr char Contents[] = "Contents";
 } // namespace Key
-
-QByteArray escape(const QString& text)
-{
-    QByteArray out;
-    const QByteArray utf8 = text.toUtf8();
-    out.reserve(utf8.size());
-    for (char c : utf8) {
-        switch (c) {
-        case '\\': out += "\\\\"; break;
-        case '\n': out += "\\n"; break;
-        case '\r': out += "\\r"; break;
-        default: out += c;
-        }
-    }
-    return out;
-}
 
 bool unescape(const QByteArray& in, QString& out)
 {
@@ -290,22 +276,22 @@ QByteArray instanceText(const InstanceRecord& i)
     QByteArray out;
     section(out, Section::Instance);
     line(out, Key::Id, QByteArray::number(i.id));
-    line(out, Key::Block, escape(i.block));
+    line(out, Key::Block, escapeLineBreaks(i.block));
     line(out, Key::Version, QByteArray::number(i.version));
-    line(out, Key::Name, escape(i.name));
+    line(out, Key::Name, escapeLineBreaks(i.name));
     line(out, Key::Position, pointText(i.position));
     line(out, Key::Runtime, QByteArray::number(i.realtime));
     line(out, Key::Background, QByteArray::number(i.background));
-    line(out, Key::Parameters, escape(i.parameters));
-    line(out, Key::Lines, escape(i.lines.join(QLatin1Char('\n'))));
+    line(out, Key::Parameters, escapeLineBreaks(i.parameters));
+    line(out, Key::Lines, escapeLineBreaks(i.lines.join(QLatin1Char('\n'))));
     line(out, Key::LineCount, QByteArray::number(i.lines.size()));
-    line(out, Key::Note, escape(i.note));
+    line(out, Key::Note, escapeLineBreaks(i.note));
     line(out, Key::Error, QByteArray::number(i.error));
     if (i.size.isValid())
         line(out, Key::Size, number(i.size.width()) + ';' + number(i.size.height()));
     for (const PinSettingRecord& pin : i.pins) {
         line(out, Key::Pin, QByteArray::number(pin.id) + ';' + (pin.inverted ? '1' : '0') + ';' + (pin.remanent ? '1' : '0')
-                                + ';' + escape(pin.initial));
+                                + ';' + escapeLineBreaks(pin.initial));
     }
     return out;
 }
@@ -330,11 +316,11 @@ QByteArray labelText(const SignalLabelRecord& l)
 {
     QByteArray out;
     section(out, Section::SignalLabel);
-    line(out, Key::Node, escape(l.node));
+    line(out, Key::Node, escapeLineBreaks(l.node));
     line(out, Key::Id, QByteArray::number(l.id));
     line(out, Key::Instance, QByteArray::number(l.instance));
     line(out, Key::Pin, QByteArray::number(l.pin));
-    line(out, Key::Name, escape(l.name));
+    line(out, Key::Name, escapeLineBreaks(l.name));
     line(out, Key::Offset, pointText(l.offset));
     return out;
 }

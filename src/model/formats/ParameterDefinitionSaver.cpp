@@ -1,5 +1,6 @@
 #include "ParameterDefinitionSaver.h"
 
+#include "LineEscape.h"
 #include "ParameterDefinition.h"
 #include "ParameterText.h"
 #include "RecordParameterDefinition.h"
@@ -10,24 +11,6 @@ namespace {
 
 const char kLineEnd[] = "\r\n";
 
-// Only what would end the line or be taken for an escape needs escaping; everything else,
-// white space at either end included, is written as it is and read back as it is.
-QByteArray escaped(const QString& text)
-{
-    const QByteArray utf8 = text.toUtf8();
-    QByteArray out;
-    out.reserve(utf8.size());
-    for (char c : utf8) {
-        switch (c) {
-        case '\\': out += "\\\\"; break;
-        case '\n': out += "\\n"; break;
-        case '\r': out += "\\r"; break;
-        default: out += c; break;
-        }
-    }
-    return out;
-}
-
 void appendStrings(QByteArray& out, int id, const ParameterText& text)
 {
     const QByteArray prefix = QByteArray::number(id) + '_';
@@ -35,10 +18,10 @@ void appendStrings(QByteArray& out, int id, const ParameterText& text)
         const QByteArray head = prefix + QByteArray::number(language) + '_';
         const QString shortText = text.shortTextOf(language);
         if (!shortText.isEmpty())
-            out += head + "s=" + escaped(shortText) + kLineEnd;
+            out += head + "s=" + escapeLineBreaks(shortText) + kLineEnd;
         const QString longText = text.longTextOf(language);
         if (!longText.isEmpty())
-            out += head + "l=" + escaped(longText) + kLineEnd;
+            out += head + "l=" + escapeLineBreaks(longText) + kLineEnd;
     }
 }
 

@@ -29,6 +29,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QTemporaryDir>
+#include <QSignalSpy>
 #include <QTest>
 
 #include <memory>
@@ -108,6 +109,7 @@ private Q_SLOTS:
     void saveFailureKeepsExistingProjectFile();
     void saveIntoReadOnlyDirectory();
     void activateAndDeactivate();
+    void areaDeletedUnderTheProjectLeavesIt();
 };
 
 void tst_Project::roundTrip_data()
@@ -554,6 +556,29 @@ void tst_Project::saveIntoReadOnlyDirectory()
     QVERIFY(!saved);
     QVERIFY2(error.contains(QStringLiteral("project.zkproj")), qPrintable(error));
     QCOMPARE(readFile(target), QByteArray("the old project"));
+}
+
+void tst_Project::areaDeletedUnderTheProjectLeavesIt()
+{
+    // Another part of the suite may delete an area at any time; the project must not keep the dead
+    // pointer, neither in its list nor in what it writes, nor when it is deleted itself.
+    std::unique_ptr<Project> project = loadFixture(QStringLiteral("inline.zkproj"));
+    QVERIFY(project);
+    project->activate();
+    const QList<BlockInstanceArea*> areas = project->areas();
+    QVERIFY(areas.size() >= 2);
+    QSignalSpy changed(project.get(), &Project::areasChanged);
+    BlockInstanceArea* gone = areas.first();
+    delete gone;
+    QCOMPARE(changed.count(), 1);
+    QCOMPARE(project->areas(), areas.mid(1));
+    QVERIFY(!BlockInstanceArea::allAreas().contains(gone));
+    const QByteArray text = project->projectText();
+    QVERIFY(!text.isEmpty());
+    QString error;
+    std::unique_ptr<Project> again(Project::loadFromData(text, QString(), QStringLiteral("again.zkproj"), &error));
+    QVERIFY2(again, qPrintable(error));
+    QCOMPARE(again->areas().size(), areas.size() - 1);
 }
 
 void tst_Project::activateAndDeactivate()

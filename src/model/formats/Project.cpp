@@ -25,6 +25,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <utility>
 
 const QString Project::ProjectFormat = QStringLiteral("zkblockproject");
 const QString Project::LibraryFormat = QStringLiteral("zkblocklibrary");
@@ -88,8 +89,9 @@ Project::Project() = default;
 Project::~Project()
 {
     deactivate();
-    qDeleteAll(m_areas);
-    m_areas.clear();
+    // Taken out first: each area leaves the list by its destroyed() as it goes.
+    const QList<BlockInstanceArea*> areas = std::exchange(m_areas, {});
+    qDeleteAll(areas);
     qDeleteAll(m_containers);
     m_containers.clear();
     qDeleteAll(m_datatypes);
@@ -101,7 +103,7 @@ Project* Project::createEmpty()
     project->m_name = tr("Neues Projekt");
     auto* area = new BlockInstanceArea(1, 0, 1, project, false);
     area->setDisplayName(tr("Achse 1"));
-    project->m_areas.append(area);
+    project->holdArea(area);
     return project;
 }
 
@@ -191,7 +193,7 @@ void Project::makeAreas(const ProjectRecord& record, ModelJson::Reader& builder)
         area->setBackDocumentation(a.backDocumentation);
         area->setHasOwnProgram(a.ownProgram);
         builder.readDefinitionInto(area->rootDefinition(), a.root);
-        m_areas.append(area);
+        holdArea(area);
     }
 }
 
@@ -322,10 +324,20 @@ void Project::addArea(BlockInstanceArea* area)
     if (!area || m_areas.contains(area))
         return;
     area->setParent(this);
-    m_areas.append(area);
+    holdArea(area);
     if (m_active)
         area->setRegistered(true);
     Q_EMIT areasChanged();
+}
+
+void Project::holdArea(BlockInstanceArea* area)
+{
+    m_areas.append(area);
+    // An area may be deleted by anyone at any time; the pointer is only compared afterwards.
+    connect(area, &QObject::destroyed, this, [this, area] {
+        if (m_areas.removeOne(area))
+            Q_EMIT areasChanged();
+    });
 }
 
 void Project::addContainer(BlockLibraryContainer* container)

@@ -70,6 +70,8 @@ Q_SIGNALS:
 
 private:
     Project();
+    // Keeps an area in the list until it is deleted, by whomever.
+    void holdArea(BlockInstanceArea* area);
     static Project* read(const QByteArray& json, const QString& baseDirectory, const QString& fileName, QString* error);
     // The steps of read() once the files are valid.
     void takeNamesAndTypes(const ProjectRecord& record);

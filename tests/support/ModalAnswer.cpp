@@ -3,7 +3,11 @@
 #include <QApplication>
 #include <QDialog>
 #include <QElapsedTimer>
+#include <QList>
+#include <QPointer>
 #include <QTimer>
+
+#include <algorithm>
 
 std::shared_ptr<bool> answerNextModal(std::function<void(QDialog*)> action, int timeoutMs)
 {
@@ -28,4 +32,27 @@ std::shared_ptr<bool> answerNextModal(std::function<void(QDialog*)> action, int 
     });
     timer->start();
     return answered;
+}
+
+std::shared_ptr<void> answerEveryModal(std::function<void(QDialog*)> action)
+{
+    auto* timer = new QTimer;
+    timer->setInterval(5);
+    auto answered = std::make_shared<QList<QPointer<QDialog>>>();
+    QObject::connect(timer, &QTimer::timeout, timer, [action, answered] {
+        auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+        if (!dialog || !dialog->isVisible())
+            return;
+        // A dialog whose action did not close it is not answered again on every tick; once hidden,
+        // the same object shown again is a new question.
+        answered->erase(std::remove_if(answered->begin(), answered->end(),
+                                       [](const QPointer<QDialog>& d) { return !d || !d->isVisible(); }),
+                        answered->end());
+        if (answered->contains(dialog))
+            return;
+        answered->append(dialog);
+        action(dialog);
+    });
+    timer->start();
+    return std::shared_ptr<void>(timer, [](void* p) { delete static_cast<QTimer*>(p); });
 }

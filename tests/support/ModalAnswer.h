@@ -9,3 +9,8 @@ class QDialog;
 // dialog's own event loop runs and hands it to `action`, which fills fields and accepts or rejects.
 // Returns a flag that turns true once the dialog was answered, for the test to check.
 std::shared_ptr<bool> answerNextModal(std::function<void(QDialog*)> action, int timeoutMs = 5000);
+
+// Answers every modal dialog that shows while the returned handle lives, for tests that drive
+// gestures whose questions they cannot foresee one by one (random sequences, walks). Each dialog is
+// handed to `action` once; dropping the handle stops the answering.
+std::shared_ptr<void> answerEveryModal(std::function<void(QDialog*)> action);

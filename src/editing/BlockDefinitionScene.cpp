@@ -1,6 +1,7 @@
 #include "BlockDefinitionScene.h"
 
 #include "AccessLevel.h"
+#include "AddConnectionNodeCommand.h"
 #include "AreaInfo.h"
 #include "Block.h"
 #include "BlockCode.h"
@@ -13,6 +14,8 @@
 #include "BlockPinInstance.h"
 #include "BlockPinItem.h"
 #include "BlockRepository.h"
+#include "ChangePropertiesCommand.h"
+#include "ChangeRuntimeSequenceCommand.h"
 #include "ConnectionItem.h"
 #include "ConnectionNodeItem.h"
 #include "MoveCommand.h"
@@ -72,6 +75,8 @@ public:
     static void clampToOrigin(const QList<QGraphicsItem*>& items, double& dx, double& dy);
     bool moveItemsBy(double dx, double dy, const QList<QGraphicsItem*>& items);
     void deleteHighlight();
+    // The block item of this very instance, null if the scene shows none.
+    BlockItem* itemOf(BlockInstance* instance);
 
     BlockDefinitionScene* q;
     QUndoStack* undoStack = nullptr;
@@ -408,6 +413,41 @@ QList<ConnectionNodeItem*> BlockDefinitionScene::connectionNodesOfSelection()
         }
     }
     return result;
+}
+
+BlockItem* BlockDefinitionScenePrivate::itemOf(BlockInstance* instance)
+{
+    if (!instance)
+        return nullptr;
+    // The index answers by identifier; an instance of another code may share it.
+    BlockItem* item = q->blockItem(instance->identifier());
+    return item && item->blockInstance() == instance ? item : nullptr;
+}
+
+void BlockDefinitionScene::pushPropertiesChange(BlockInstance* pInstance, const PropertiesChangeRecord& record)
+{
+    BlockItem* item = d->itemOf(pInstance);
+    if (!item)
+        return;
+    d->undoStack->push(new ChangePropertiesCommand(this, item->scenePos(), record));
+}
+
+void BlockDefinitionScene::pushRuntimeSequenceChange(BlockInstance* pInstance, unsigned int oldRealtime,
+                                                     unsigned int oldBackground)
+{
+    BlockItem* item = d->itemOf(pInstance);
+    if (!item)
+        return;
+    auto* command = new ChangeRuntimeSequenceCommand(this, item->scenePos());
+    command->setRuntimeSequence(pInstance, oldRealtime, oldBackground);
+    d->undoStack->push(command);
+}
+
+void BlockDefinitionScene::onConnectionNodeAdded(ConnectionNodeItem* pNodeItem)
+{
+    if (isReadOnly() || !pNodeItem)
+        return;
+    d->undoStack->push(new AddConnectionNodeCommand(this, pNodeItem));
 }
 
 bool BlockDefinitionScene::moveSelectionByKey(int key)

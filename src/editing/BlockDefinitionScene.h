@@ -22,6 +22,7 @@ class QGraphicsSceneWheelEvent;
 class QKeyEvent;
 class QMimeData;
 class QUndoStack;
+struct PropertiesChangeRecord;
 
 // The editable scene over the code of one block definition. It belongs to its BlockCode as QObject
 // child, so that every view that edits the same code shares one scene and one undo stack. There is
@@ -58,6 +59,10 @@ public:
     // The corners of connections that touch a selected block, front-most first; the ends are left
     // out, they go with their pins.
     QList<ConnectionNodeItem*> connectionNodesOfSelection();
+    // Undo steps for what a dialog of a block has already changed, at the block's scene position.
+    // Nothing is pushed for an instance without a block item in this scene.
+    void pushPropertiesChange(BlockInstance* pInstance, const PropertiesChangeRecord& record);
+    void pushRuntimeSequenceChange(BlockInstance* pInstance, unsigned int oldRealtime, unsigned int oldBackground);
 
 Q_SIGNALS:
     void editModeChanged(bool value);
@@ -67,6 +72,8 @@ Q_SIGNALS:
 
 public Q_SLOTS:
     bool showUndoView();
+    // A corner that a connection has just added becomes an undo step, in edit mode only.
+    void onConnectionNodeAdded(ConnectionNodeItem* pNodeItem);
 
 protected:
     void dragEnterEvent(QGraphicsSceneDragDropEvent* event) override;

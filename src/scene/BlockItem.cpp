@@ -5,6 +5,7 @@
 #include "BlockCode.h"
 #include "BlockCodeScene.h"
 #include "BlockDefinition.h"
+#include "BlockDefinitionScene.h"
 #include "BlockInstance.h"
 #include "BlockInstanceArea.h"
 #include "BlockInstanceHierarchyNode.h"
@@ -13,8 +14,8 @@
 #include "BlockSymbol.h"
 #include "ParameterCoordinate.h"
 #include "ParameterDefinition.h"
-#include "ParameterDefinitionSaver.h"
 #include "ParameterText.h"
+#include "PropertiesChangeRecord.h"
 #include "SceneItemIndex.h"
 #include "SceneMetrics.h"
 #include "SceneRebuild.h"
@@ -722,37 +723,22 @@ void BlockItem::showPropertiesView()
     // A library definition is shown without an area; its parameters are those of index 0.
     const unsigned int areaIndex = area ? area->index() : 0;
 
-    const auto snapshot = [&](QString& text, QByteArray& contents, QByteArray& parameter) {
-        BlockInstance* current = d->instance.data();
-        if (!current)
-            return;
-        text = current->parameterText(areaIndex);
-        BlockDefinition* currentDefinition = current->blockDefinition();
-        if (Block* currentBlock = currentDefinition ? currentDefinition->block() : nullptr)
-            contents = currentBlock->saveContents();
-        if (ParameterDefinition* parameterDefinition =
-                currentDefinition ? currentDefinition->parameterDefinition(int(areaIndex), 0) : nullptr)
-            parameter = ParameterDefinitionSaver::saveParameterDefinition(parameterDefinition);
-    };
-    QString textBefore, textAfter;
-    QByteArray contentsBefore, contentsAfter, parameterBefore, parameterAfter;
-    snapshot(textBefore, contentsBefore, parameterBefore);
+    PropertiesChangeRecord record;
+    captureBefore(record, instance, areaIndex);
 
     instance->showPropertiesView(readOnly, area);
 
     // The dialog is modal: the scene may have been rebuilt and the instance deleted meanwhile.
-    snapshot(textAfter, contentsAfter, parameterAfter);
+    captureAfter(record, d->instance.data(), areaIndex);
     if (!d->instance)
         return;
     updateFromInstance();
 
     // A changed parameter definition alone is kept by the definition itself and needs no undo step.
-    const bool changed = textBefore != textAfter || contentsBefore != contentsAfter;
-    if (changed && d->scene->isDefinitionScene()) {
-        // The editing layer takes this further: the definition scene's pushPropertiesChange turns
-        // the two snapshots (text, contents, parameter and area index before and after) into a
-        // ChangePropertiesCommand at this item's position.
-    }
+    const bool changed = record.textBefore != record.textAfter || record.contentsBefore != record.contentsAfter;
+    auto* definitionScene = qobject_cast<BlockDefinitionScene*>(d->scene);
+    if (changed && definitionScene)
+        definitionScene->pushPropertiesChange(d->instance.data(), record);
 }
 
 void BlockItem::showRuntimePositionView()
@@ -772,12 +758,9 @@ void BlockItem::showRuntimePositionView()
     if (!d->instance)
         return;
     updateFromInstance();
-    if (definitionScene) {
-        // The editing layer takes this further: the definition scene's pushRuntimeSequenceChange
-        // records `realtime` and `background` as the values before, whether or not they changed.
-        Q_UNUSED(realtime);
-        Q_UNUSED(background);
-    }
+    // Pushed whether or not the dialog changed anything.
+    if (auto* editScene = qobject_cast<BlockDefinitionScene*>(d->scene))
+        editScene->pushRuntimeSequenceChange(d->instance.data(), realtime, background);
 }
 
 void BlockItem::onRedrawRequired()

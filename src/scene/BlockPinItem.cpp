@@ -18,7 +18,9 @@
 #include "BlockRepository.h"
 #include "ConnectionItem.h"
 #include "ConnectionNodeItem.h"
+#include "CreateConnectionCommand.h"
 #include "DatatypeProvider.h"
+#include "InvertInOutCommand.h"
 #include "SignalLabelHostItem.h"
 #include "SimpleType.h"
 #include "System.h"
@@ -39,6 +41,7 @@
 #include <QPen>
 #include <QPointer>
 #include <QStyleOptionGraphicsItem>
+#include <QUndoStack>
 #include <QVBoxLayout>
 
 namespace {
@@ -661,15 +664,14 @@ void BlockPinItem::paint(QPainter* pPainter, const QStyleOptionGraphicsItem* pOp
     pPainter->setRenderHint(QPainter::Antialiasing, antialiased);
 }
 
-void BlockPinItem::setInverted([[maybe_unused]] bool value)
+void BlockPinItem::setInverted(bool value)
 {
-    BlockCodeScene* scene = d->codeScene();
-    if (!scene || !scene->isDefinitionScene())
+    auto* scene = qobject_cast<BlockDefinitionScene*>(d->codeScene());
+    if (!scene || !d->pin)
         return;
-    // Commands name their pin by scene position: the item may be replaced before undo runs.
-    [[maybe_unused]] const QPointF pinPosition = scenePos();
-    // The editing layer takes this further: it pushes InvertInOutCommand(pinPosition, value) onto the
-    // undo stack of the BlockDefinitionScene, whose redo() calls applyInverted(value).
+    // Commands name their pin by scene position: the item may be replaced before undo runs. The
+    // redo() of the push calls applyInverted(value).
+    scene->undoStack()->push(new InvertInOutCommand(scene, scenePos(), value));
 }
 
 void BlockPinItem::createConstant()
@@ -790,13 +792,12 @@ void BlockPinItem::mouseReleaseEvent(QGraphicsSceneMouseEvent* pEvent)
 {
     BlockCodeScene* scene = d->codeScene();
     if (d->rubberBand) {
-        [[maybe_unused]] const QLineF line = d->rubberBand->line();
+        const QLineF line = d->rubberBand->line();
         delete d->rubberBand;
-        BlockPinItem* target = scene && scene->isDefinitionScene() ? scene->pinItemAt(pEvent->scenePos()) : nullptr;
-        if (target && target != this) {
-            // The editing layer takes this further: it pushes CreateConnectionCommand(scene, line) onto
-            // the undo stack of the BlockDefinitionScene.
-        }
+        auto* definitionScene = qobject_cast<BlockDefinitionScene*>(scene);
+        BlockPinItem* target = definitionScene ? definitionScene->pinItemAt(pEvent->scenePos()) : nullptr;
+        if (target && target != this)
+            definitionScene->undoStack()->push(new CreateConnectionCommand(definitionScene, line));
     }
     QGraphicsRectItem::mouseReleaseEvent(pEvent);
 }

@@ -6,6 +6,7 @@
 
 #include "BlockCode.h"
 #include "BlockCodeScene.h"
+#include "BlockDefinitionScene.h"
 #include "BlockPinConnection.h"
 #include "BlockPinInstance.h"
 #include "BlockPinItem.h"
@@ -256,8 +257,9 @@ ConnectionItem::ConnectionItem(BlockCodeScene* pScene)
     setFlags(ItemIsSelectable);
     d->sourceNode = new ConnectionNodeItem(this);
     d->targetNode = new ConnectionNodeItem(this);
-    // The editing layer takes this further: in a BlockDefinitionScene, nodeAdded is connected to
-    // its onConnectionNodeAdded(), which records the new corner as an undoable step.
+    // The definition scene records each new corner as an undoable step.
+    if (auto* definitionScene = qobject_cast<BlockDefinitionScene*>(pScene))
+        connect(this, &ConnectionItem::nodeAdded, definitionScene, &BlockDefinitionScene::onConnectionNodeAdded);
     setZValue(SceneZ::Connection);
 }
 

@@ -1,9 +1,12 @@
 #include "ConnectionNodeItem.h"
 
 #include "BlockCodeScene.h"
+#include "BlockDefinitionScene.h"
 #include "BlockPinItem.h"
 #include "ConnectionItem.h"
+#include "RemoveConnectionNodeCommand.h"
 #include "SceneMetrics.h"
+#include "ToolkitWorkarounds.h"
 
 #include <QGraphicsScene>
 #include <QGraphicsSceneMouseEvent>
@@ -12,6 +15,7 @@
 #include <QPointer>
 #include <QPolygonF>
 #include <QStyleOptionGraphicsItem>
+#include <QUndoStack>
 
 #include <cmath>
 
@@ -262,8 +266,14 @@ void ConnectionNodeItem::mouseDoubleClickEvent(QGraphicsSceneMouseEvent* event)
 {
     // Deliberately without the base class: a double click must neither select nor start a drag.
     if (event->button() == Qt::LeftButton && d->connectionItem->isDefinitionScene()) {
-        // The editing layer takes this further: push RemoveConnectionNodeCommand(scene, pos())
-        // onto the undo stack of the BlockDefinitionScene.
+        // The command deletes this very item, which the scene still holds as its mouse grabber
+        // until the event is delivered.
+        if (auto* definitionScene = qobject_cast<BlockDefinitionScene*>(scene())) {
+            const QPointF position = pos();
+            ToolkitWorkarounds::afterEventDelivery(definitionScene, [definitionScene, position] {
+                definitionScene->undoStack()->push(new RemoveConnectionNodeCommand(definitionScene, position));
+            });
+        }
     }
 }
 

@@ -10,6 +10,8 @@
 #include <QPointer>
 #include <QTreeWidget>
 
+#include <utility>
+
 namespace {
 
 // Grants the one call that a moved item makes on its followers in the toolkit's stead.
@@ -19,6 +21,13 @@ struct FollowerAccess : QGraphicsItem
 };
 
 } // namespace
+
+void ToolkitWorkarounds::afterEventDelivery(QObject* context, std::function<void()> work)
+{
+    if (!context || !work)
+        return;
+    QMetaObject::invokeMethod(context, std::move(work), Qt::QueuedConnection);
+}
 
 QList<QTreeWidgetItem*> ToolkitWorkarounds::allRows(const QTreeWidget* tree)
 {

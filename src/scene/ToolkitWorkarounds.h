@@ -5,6 +5,8 @@
 #include <QList>
 #include <QPointer>
 
+#include <functional>
+
 class BlockInstance;
 class BlockPinConnection;
 class QGraphicsItem;
@@ -60,5 +62,12 @@ public:
     // the blocks lie together in memory instead of scattered between the items, and an update
     // walks them in order. The toolkit's public interface does not show where a guard block lies,
     // so no test can watch this one; the scene benchmark's rebuild rows are its check.
+    // The scene delivers a press or a double click to an item and, after the item's handler has
+    // returned, keeps that item as its last mouse grabber; an item deleted inside its own handler
+    // would stay there as a dangling pointer. Work that deletes the item under the mouse therefore
+    // runs once the event is delivered, at the next return to the event loop, and not at all if
+    // `context` dies first.
+    static void afterEventDelivery(QObject* context, std::function<void()> work);
+
     static void gatherGuards(const QList<BlockInstance*>& instances, const QList<BlockPinConnection*>& connections);
 };

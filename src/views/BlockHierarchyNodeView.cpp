@@ -19,6 +19,7 @@
 #include "BlockLibraryContainer.h"
 #include "LibraryBlockDefinitionSubWindow.h"
 #include "Locator.h"
+#include "PropertiesChangeRecord.h"
 #include "SceneMetrics.h"
 
 #include <QByteArray>
@@ -358,16 +359,18 @@ void BlockHierarchyNodeViewPrivate::showPropertiesInEditMode(BlockInstanceHierar
     if (!instance || !editScene)
         return;
     BlockInstanceArea* area = BlockCodeScene::areaOf(child->parentNode());
-    const QString parametersBefore = instance->parameterText(area ? area->index() : 0);
+    const unsigned int areaIndex = area ? area->index() : 0;
+    // Text and contents only: the parameter definition is not undone from here.
+    PropertiesChangeRecord record;
+    record.textBefore = instance->parameterText(areaIndex);
     Block* block = instance->block();
-    const QByteArray contentsBefore = block ? block->saveContents() : QByteArray();
+    record.contentsBefore = block ? block->saveContents() : QByteArray();
     if (instance->showPropertiesView(editScene->isReadOnly(), area) && instance) {
-        // The editing layer takes this further: a second snapshot of the instance's parameterText
-        // and its block's saveContents() goes with the first one to editScene->pushPropertiesChange(
-        // instance, record), which pushes the ChangePropertiesCommand that makes the dialog's
-        // changes undoable.
-        Q_UNUSED(parametersBefore)
-        Q_UNUSED(contentsBefore)
+        record.textAfter = instance->parameterText(areaIndex);
+        // The dialog may have made the block's definitions anew; ask the instance again.
+        block = instance->block();
+        record.contentsAfter = block ? block->saveContents() : QByteArray();
+        editScene->pushPropertiesChange(instance, record);
     }
 }
 

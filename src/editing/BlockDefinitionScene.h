@@ -66,6 +66,10 @@ Q_SIGNALS:
     void redoRequested();
 
 public Q_SLOTS:
+    // Cutting and deleting are refused in read-only mode; pasting turns edit mode on first.
+    void cutToClipboard();
+    void pasteFromClipboard();
+    bool deleteSelectedItems();
     bool showUndoView();
 
 protected:

@@ -137,9 +137,13 @@ void BlockCodeViewMenuPrivate::addBlockActions()
 
     menu->addSeparator();
     menu->addAction(BlockCodeViewMenu::tr("Baustein kopieren"), this, &BlockCodeViewMenuPrivate::copyBlockToClipboard);
-    // The editing layer takes this further: "Baustein ausschneiden" (cutToClipboard() of a
-    // BlockDefinitionScene) and "Baustein löschen" (its deleteSelectedItems()) follow here, both
-    // disabled while the view is read-only; they push DeleteCommand.
+    // Copying reads only; cutting and deleting change the code and wait for edit mode.
+    const bool readOnly = view->isReadOnly();
+    QAction* cut = menu->addAction(BlockCodeViewMenu::tr("Baustein ausschneiden"), this,
+                                   &BlockCodeViewMenuPrivate::cutBlockToClipboard);
+    cut->setEnabled(!readOnly);
+    QAction* remove = menu->addAction(BlockCodeViewMenu::tr("Baustein löschen"), this, &BlockCodeViewMenuPrivate::removeBlock);
+    remove->setEnabled(!readOnly);
 }
 
 void BlockCodeViewMenuPrivate::addViewActions()
@@ -204,8 +208,8 @@ void BlockCodeViewMenuPrivate::addEditActions()
 
     const bool readOnly = view->isReadOnly();
     menu->addSeparator();
-    // The editing layer takes this further: "Einfügen" (pasteFromClipboard() of a
-    // BlockDefinitionScene, which pushes PasteCommand) stands here, disabled while read-only.
+    QAction* paste = menu->addAction(BlockCodeViewMenu::tr("Einfügen"), this, &BlockCodeViewMenuPrivate::pasteItem);
+    paste->setEnabled(!readOnly);
     menu->addSeparator();
     QAction* undoAction = menu->addAction(BlockCodeViewMenu::tr("Rückgängig"), this, &BlockCodeViewMenuPrivate::undo);
     undoAction->setEnabled(!readOnly);
@@ -307,6 +311,24 @@ void BlockCodeViewMenuPrivate::copyBlockToClipboard()
 {
     if (scene && scene->blockCode())
         scene->copyToClipboard();
+}
+
+void BlockCodeViewMenuPrivate::cutBlockToClipboard()
+{
+    if (auto* definitionScene = qobject_cast<BlockDefinitionScene*>(scene.data()))
+        definitionScene->cutToClipboard();
+}
+
+void BlockCodeViewMenuPrivate::removeBlock()
+{
+    if (auto* definitionScene = qobject_cast<BlockDefinitionScene*>(scene.data()))
+        definitionScene->deleteSelectedItems();
+}
+
+void BlockCodeViewMenuPrivate::pasteItem()
+{
+    if (auto* definitionScene = qobject_cast<BlockDefinitionScene*>(scene.data()))
+        definitionScene->pasteFromClipboard();
 }
 
 void BlockCodeViewMenuPrivate::removeSignal()

@@ -56,6 +56,9 @@ public Q_SLOTS:
 
 private Q_SLOTS:
     void copyBlockToClipboard();
+    void cutBlockToClipboard();
+    void removeBlock();
+    void pasteItem();
     void removeSignal();
     void undo();
     void redo();

@@ -18,9 +18,11 @@
 #include "ChangeRuntimeSequenceCommand.h"
 #include "ConnectionItem.h"
 #include "ConnectionNodeItem.h"
+#include "DeleteCommand.h"
 #include "MoveCommand.h"
 #include "ParameterContainer.h"
 #include "ParameterCoordinate.h"
+#include "PasteCommand.h"
 #include "SceneMetrics.h"
 #include "System.h"
 
@@ -314,6 +316,29 @@ void BlockDefinitionScene::showGrid(bool show)
     d->grid->setVisible(true);
 }
 
+void BlockDefinitionScene::cutToClipboard()
+{
+    copyToClipboard();
+    if (!isReadOnly())
+        d->undoStack->push(new DeleteCommand(this));
+}
+
+void BlockDefinitionScene::pasteFromClipboard()
+{
+    setReadOnly(false);
+    if (!isReadOnly())
+        d->undoStack->push(new PasteCommand(this));
+}
+
+bool BlockDefinitionScene::deleteSelectedItems()
+{
+    if (isReadOnly())
+        return false;
+    // Also with nothing selected: the entry on the stack shows that the key was taken.
+    d->undoStack->push(new DeleteCommand(this));
+    return true;
+}
+
 bool BlockDefinitionScene::showUndoView()
 {
     if (!AccessLevel::reached(AccessLevel::UndoView))
@@ -598,27 +623,19 @@ void BlockDefinitionScene::keyPressEvent(QKeyEvent* event)
     case Qt::Key_V:
         if (control) {
             // Pasting switches the scene into edit mode of its own accord; cutting and deleting don't.
-            setReadOnly(false);
-            if (!isReadOnly()) {
-                // The editing layer takes this further: it pushes PasteCommand(this) here.
-            }
+            pasteFromClipboard();
             event->accept();
             return;
         }
         break;
     case Qt::Key_X:
         if (control) {
-            copyToClipboard();
-            if (!isReadOnly()) {
-                // The editing layer takes this further: it pushes DeleteCommand(this) here.
-            }
+            cutToClipboard();
             handled = true;
         }
         break;
     case Qt::Key_Delete:
-        // The editing layer takes this further: deleteSelectedItems() pushes DeleteCommand(this)
-        // unless the scene is read-only, even with nothing selected.
-        handled = !isReadOnly();
+        handled = deleteSelectedItems();
         break;
     default:
         break;

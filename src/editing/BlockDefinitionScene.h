@@ -71,6 +71,10 @@ Q_SIGNALS:
     void redoRequested();
 
 public Q_SLOTS:
+    // Cutting and deleting are refused in read-only mode; pasting turns edit mode on first.
+    void cutToClipboard();
+    void pasteFromClipboard();
+    bool deleteSelectedItems();
     bool showUndoView();
     // A corner that a connection has just added becomes an undo step, in edit mode only.
     void onConnectionNodeAdded(ConnectionNodeItem* pNodeItem);

@@ -642,6 +642,9 @@ void tst_BlockDefinitionScene::moveItemsSendsOneChangeSignalPerList()
 void tst_BlockDefinitionScene::controlVInReadOnlyModeTurnsOnEditMode()
 {
     BlockDefinitionScene* s = scene();
+    item(m_and)->setSelected(true);
+    s->copyToClipboard();
+    s->clearSelection();
     QSignalSpy spy(s, &BlockDefinitionScene::editModeChanged);
     QVERIFY(s->isReadOnly());
     QVERIFY(sendSceneKey(s, Qt::Key_V, Qt::ControlModifier));
@@ -649,10 +652,17 @@ void tst_BlockDefinitionScene::controlVInReadOnlyModeTurnsOnEditMode()
     QVERIFY(gridOf(s));
     QCOMPARE(spy.size(), 1);
     QCOMPARE(spy.at(0).at(0).toBool(), true);
+    // And it pastes: a second AND, selected, as one entry on the stack.
+    QCOMPARE(m_code->instances().size(), 4);
+    QCOMPARE(s->undoStack()->count(), 1);
+    QCOMPARE(s->undoStack()->text(0), QStringLiteral("Paste items"));
+    QCOMPARE(s->selectedBlockItems().size(), 1);
+    QVERIFY(s->selectedBlockItems().first()->identifier() != m_and->identifier());
     // Without Control the key is nobody's business here.
     s->setReadOnly(true);
     QVERIFY(!sendSceneKey(s, Qt::Key_V));
     QVERIFY(s->isReadOnly());
+    QCOMPARE(m_code->instances().size(), 4);
 }
 
 void tst_BlockDefinitionScene::controlXCopiesAlsoWhenReadOnly()
@@ -665,21 +675,41 @@ void tst_BlockDefinitionScene::controlXCopiesAlsoWhenReadOnly()
     const QMimeData* data = QGuiApplication::clipboard()->mimeData();
     QVERIFY(data);
     QVERIFY(data->hasFormat(BlockCode::TransferMimeType));
-    // Cutting does not switch on edit mode.
+    // Cutting does not switch on edit mode, and takes nothing away in read-only mode.
     QVERIFY(s->isReadOnly());
     QCOMPARE(m_code->instances().size(), 3);
+    QCOMPARE(s->undoStack()->count(), 0);
+
+    // Writable, the block goes, as one undo step.
+    s->setReadOnly(false);
+    const unsigned int id = m_and->identifier();
+    QGuiApplication::clipboard()->clear();
+    QVERIFY(sendSceneKey(s, Qt::Key_X, Qt::ControlModifier));
+    QVERIFY(QGuiApplication::clipboard()->mimeData()->hasFormat(BlockCode::TransferMimeType));
+    QVERIFY(!m_code->instance(id));
+    QCOMPARE(s->undoStack()->count(), 1);
+    QCOMPARE(s->undoStack()->text(0), QStringLiteral("Delete 1 items"));
+    s->undoStack()->undo();
+    QVERIFY(m_code->instance(id));
 }
 
 void tst_BlockDefinitionScene::deleteIsHandledOnlyWhenWritable()
 {
     BlockDefinitionScene* s = scene();
+    const unsigned int id = m_and->identifier();
     item(m_and)->setSelected(true);
     QVERIFY(!sendSceneKey(s, Qt::Key_Delete));
+    QVERIFY(m_code->instance(id));
+    QCOMPARE(s->undoStack()->count(), 0);
     s->setReadOnly(false);
     QVERIFY(sendSceneKey(s, Qt::Key_Delete));
+    QVERIFY(!m_code->instance(id));
+    QCOMPARE(s->undoStack()->text(0), QStringLiteral("Delete 1 items"));
     // Also with nothing selected.
     s->clearSelection();
     QVERIFY(sendSceneKey(s, Qt::Key_Delete));
+    QCOMPARE(s->undoStack()->count(), 2);
+    QCOMPARE(s->undoStack()->text(1), QStringLiteral("Delete 0 items"));
 }
 
 void tst_BlockDefinitionScene::selectAllKey()

@@ -108,6 +108,7 @@ private Q_SLOTS:
     void userBlockIsNotEditedWithoutTheMethodDialog_data();
     void userBlockIsNotEditedWithoutTheMethodDialog();
     void userBlockEditedInItsCurrentVersionOpensTheSubWindow();
+    void userBlockTakenAwayWhileTheDialogIsOpen();
     void readOnlyBlocksOpenNoWindow_data();
     void readOnlyBlocksOpenNoWindow();
     void navigateShowsTheParentLevelAndSelectsTheTarget_data();
@@ -896,6 +897,24 @@ void tst_BlockHierarchyNodeView::userBlockEditedInItsCurrentVersionOpensTheSubWi
     QVERIFY(window);
     QCOMPARE(m_mdiArea->subWindowList(), QList<QMdiSubWindow*>{window});
     QTRY_COMPARE(m_mdiArea->activeSubWindow(), window);
+}
+
+void tst_BlockHierarchyNodeView::userBlockTakenAwayWhileTheDialogIsOpen()
+{
+    m_kundeBlock->setUserBlock(true);
+    m_view->setArea(m_model->area());
+    QVERIFY(stepInto(m_kunde->identifier()));
+    QPointer<BlockDefinition> definition = ModelBuilder::newest(m_kundeBlock);
+    auto answered = answerNextModal([&](QDialog* dialog) {
+        // The library goes while the user reads; the answer comes after.
+        delete m_model->user()->library()->removeBlock(QStringLiteral("UserBlock_1"));
+        m_kundeBlock = nullptr;
+        dialog->findChild<QPushButton*>(QStringLiteral("currentVersionButton"))->click();
+    });
+    QVERIFY(!m_view->setBlockDefinitionEditMode(true));
+    QVERIFY(*answered);
+    QVERIFY(!definition);
+    QVERIFY(m_mdiArea->subWindowList().isEmpty());
 }
 
 void tst_BlockHierarchyNodeView::readOnlyBlocksOpenNoWindow_data()

@@ -233,6 +233,18 @@ void BlockCodeViewMenuPrivate::showCurrentBlockInLibraryView()
     Q_EMIT needToShowInLibraryView(instance->blockDefinition());
 }
 
+void BlockCodeViewMenuPrivate::createNewLocalBlockDefinition()
+{
+    if (auto* definitionScene = qobject_cast<BlockDefinitionScene*>(scene.data()))
+        definitionScene->createNewLocalBlockDefinition(position);
+}
+
+void BlockCodeViewMenuPrivate::createNewLocalParameterDefinition()
+{
+    if (auto* definitionScene = qobject_cast<BlockDefinitionScene*>(scene.data()))
+        definitionScene->createNewLocalParameterDefinition(position);
+}
+
 void BlockCodeViewMenuPrivate::unbindStandardBlockToLocalBlock()
 {
     BlockInstance* instance = blockItem ? blockItem->blockInstance() : nullptr;
@@ -419,10 +431,10 @@ void BlockCodeViewMenu::prepare(const QPoint& globalPosition)
         d->addEditActions();
         if (qobject_cast<BlockDefinitionScene*>(scene)) {
             addSeparator();
-            // The editing layer takes this further: "neuen Baustein erstellen" and
-            // "neuen Parameter-Definitions-Baustein erstellen" stand here, calling the scene's
-            // createNewLocalBlockDefinition() and createNewLocalParameterDefinition() with the
-            // stored position; they are not disabled in read-only mode, the scene refuses then.
+            // Not disabled in read-only mode: the scene refuses then.
+            addAction(tr("neuen Baustein erstellen"), d.get(), &BlockCodeViewMenuPrivate::createNewLocalBlockDefinition);
+            addAction(tr("neuen Parameter-Definitions-Baustein erstellen"), d.get(),
+                      &BlockCodeViewMenuPrivate::createNewLocalParameterDefinition);
         }
     }
 }

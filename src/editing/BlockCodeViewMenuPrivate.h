@@ -50,6 +50,8 @@ Q_SIGNALS:
 public Q_SLOTS:
     void showCurrentBlockInHierarchyView();
     void showCurrentBlockInLibraryView();
+    void createNewLocalBlockDefinition();
+    void createNewLocalParameterDefinition();
     void unbindStandardBlockToLocalBlock();
     void unbindStandardBlockToLocalBlockIncludeHierarchy();
     void unbindStandardBlockToLocalBlockIncludeHierarchyDoIt(BlockInstanceHierarchy* pHierarchy, QStringList stack);

@@ -10,6 +10,7 @@
 #include "BlockInstanceArea.h"
 #include "BlockInstanceHierarchyNode.h"
 #include "BlockItem.h"
+#include "BlockLibrary.h"
 #include "BlockPinConnection.h"
 #include "BlockPinInstance.h"
 #include "BlockPinItem.h"
@@ -18,10 +19,14 @@
 #include "ChangeRuntimeSequenceCommand.h"
 #include "ConnectionItem.h"
 #include "ConnectionNodeItem.h"
+#include "CreateBlockCommand.h"
 #include "DeleteCommand.h"
+#include "DropCommand.h"
 #include "MoveCommand.h"
 #include "ParameterContainer.h"
 #include "ParameterCoordinate.h"
+#include "ParameterDefinition.h"
+#include "ParameterDefinitionLoader.h"
 #include "PasteCommand.h"
 #include "SceneMetrics.h"
 #include "System.h"
@@ -30,6 +35,7 @@
 #include <QByteArray>
 #include <QColor>
 #include <QDir>
+#include <QFile>
 #include <QGraphicsColorizeEffect>
 #include <QGraphicsItemGroup>
 #include <QGraphicsLineItem>
@@ -584,13 +590,103 @@ void BlockDefinitionScene::dragMoveEvent(QGraphicsSceneDragDropEvent* event)
 void BlockDefinitionScene::dropEvent(QGraphicsSceneDragDropEvent* event)
 {
     BlockDefinition* definition = definitionFromMimeData(event->mimeData());
-    [[maybe_unused]] BlockInstanceArea* area = nullptr;
+    BlockInstanceArea* area = nullptr;
     if (definition) {
         d->deleteHighlight();
         area = BlockCodeScene::areaOf(hierarchyNode());
     }
-    // The editing layer takes this further: it pushes DropCommand(definition, this, event, area), also
-    // without a definition, when the command does nothing but stands on the stack.
+    // Also without a definition: the entry then does nothing, but it stands on the stack.
+    d->undoStack->push(new DropCommand(definition, this, event, area));
+}
+
+Block* BlockDefinitionScene::createLocalUserBlock()
+{
+    BlockCode* code = blockCode();
+    BlockDefinition* owner = code ? code->blockDefinition() : nullptr;
+    BlockLibrary* local = owner ? owner->localBlockLibrary() : nullptr;
+    if (!local)
+        return nullptr;
+    Block* block = Block::createUserBlock();
+    block->createDefinition();
+    local->insertBlock(block);
+    return block;
+}
+
+void BlockDefinitionScene::pushCreateBlock(BlockInstance* pInstance, const QPointF& position)
+{
+    Block* block = pInstance->block();
+    auto* command = new CreateBlockCommand(this, blockItem(pInstance->identifier()));
+    command->setInstanceIdentifier(pInstance->identifier());
+    command->setBlockIdentifier(block ? block->identifier() : QString());
+    command->setPosition(position);
+    d->undoStack->push(command);
+}
+
+void BlockDefinitionScene::createNewLocalBlockDefinition(const QPointF& position)
+{
+    if (isReadOnly())
+        return;
+    Block* block = createLocalUserBlock();
+    BlockDefinition* definition = block ? block->blockDefinition(block->versions().value(0)) : nullptr;
+    BlockInstance* instance = createBlockInstance(definition, position);
+    // Whatever happens from here on, the new block stays in the local library.
+    if (!instance)
+        return;
+    QPointer<BlockInstance> guard(instance);
+    const unsigned int identifier = instance->identifier();
+    const bool accepted = instance->showPropertiesView(false, BlockCodeScene::areaOf(hierarchyNode()));
+    BlockCode* code = blockCode();
+    if (!code)
+        return;
+    if (!accepted) {
+        // A cancelled block leaves no undo step behind.
+        code->deleteInstance(identifier);
+        return;
+    }
+    if (!guard)
+        return;
+    rebuild();
+    pushCreateBlock(guard, position);
+}
+
+void BlockDefinitionScene::createNewLocalParameterDefinition(const QPointF& position)
+{
+    if (isReadOnly())
+        return;
+    Block* block = createLocalUserBlock();
+    BlockDefinition* definition = block ? block->blockDefinition(block->versions().value(0)) : nullptr;
+    if (!definition)
+        return;
+    const QString blockIdentifier = block->identifier();
+
+    QFile templateFile(QStringLiteral(":/Resources/newParameter.txt"));
+    QByteArray text;
+    if (templateFile.open(QIODevice::ReadOnly))
+        text = templateFile.readAll();
+    // The template speaks of an axis; the first area of a device holds the global parameters.
+    BlockInstanceArea* area = BlockCodeScene::areaOf(hierarchyNode());
+    if (area && area->firstNumber() == 0)
+        text.replace("LivingSpace=axis", "LivingSpace=global");
+    text.replace("P00", findFreeParameterCoordinate());
+    ParameterDefinition* parameter = ParameterDefinitionLoader::createAndLoadParameterDefinition(text);
+    definition->attachParameterGeneralDefinition(0, parameter);
+
+    QPointer<BlockDefinition> guard(definition);
+    if (definition->showPropertiesView(false, 0)) {
+        if (!guard)
+            return;
+        if (BlockInstance* instance = createBlockInstance(guard, position))
+            pushCreateBlock(instance, position);
+        return;
+    }
+    if (!guard)
+        return;
+    delete guard->detachParameterGeneralDefinition(0);
+    BlockCode* code = blockCode();
+    BlockDefinition* owner = code ? code->blockDefinition() : nullptr;
+    BlockLibrary* local = owner ? owner->localBlockLibrary() : nullptr;
+    if (local && local->block(blockIdentifier) == block)
+        delete local->removeBlock(blockIdentifier);
 }
 
 void BlockDefinitionScene::keyPressEvent(QKeyEvent* event)

@@ -5,6 +5,7 @@
 
 #include <QScopedPointer>
 
+class Block;
 class BlockCode;
 class BlockDefinition;
 class BlockDefinitionScenePrivate;
@@ -56,6 +57,11 @@ public:
     BlockInstance* createBlockInstance(BlockDefinition* pDefinition, const QPointF& position);
     BlockPinConnection* connectPins(BlockPinItem* pFirst, BlockPinItem* pSecond);
     bool moveItems(QList<QGraphicsItem*> items, double dx, double dy);
+    // A new user block in the local library of this code's definition, placed at `position` after
+    // the user filled in its properties; nothing in read-only mode.
+    void createNewLocalBlockDefinition(const QPointF& position);
+    // The same for a block that defines a parameter of the device, from the parameter template.
+    void createNewLocalParameterDefinition(const QPointF& position);
     // The corners of connections that touch a selected block, front-most first; the ends are left
     // out, they go with their pins.
     QList<ConnectionNodeItem*> connectionNodesOfSelection();
@@ -95,11 +101,16 @@ private:
     void showGrid(bool show);
     bool moveSelectionByKey(int key);
     bool exportCodeToTextFile();
+    // A user block with one definition, inserted into the local library of the code's definition;
+    // null where the code has no local library.
+    Block* createLocalUserBlock();
+    void pushCreateBlock(BlockInstance* pInstance, const QPointF& position);
     // The first coordinate, P00 to P999 and then Q00 to Q999, that no parameter of the target area
     // (without a node: of any area) uses; "P00" when all are taken.
     QByteArray findFreeParameterCoordinate() const;
 
     friend class tst_BlockDefinitionScene;
+    friend class tst_CreateBlockCommand;
     friend class BlockDefinitionScenePrivate;
     QScopedPointer<BlockDefinitionScenePrivate> d;
 };

@@ -1,6 +1,7 @@
 #include "BlockHierarchyNodeView.h"
 
 #include "BlockHierarchyNodeViewPrivate.h"
+#include "UserBlockEditMethodDialog.h"
 
 #include "AccessLevel.h"
 #include "Block.h"
@@ -25,6 +26,7 @@
 #include <QByteArray>
 #include <QLabel>
 #include <QMdiArea>
+#include <QPointer>
 #include <QSignalBlocker>
 
 namespace {
@@ -584,15 +586,17 @@ bool BlockHierarchyNodeView::setBlockDefinitionEditMode(bool value)
             Block* block = definition ? definition->block() : nullptr;
             if (block && definition->isWritable()) {
                 if (block->isUserBlock()) {
-                    // The editing layer takes this further: the modal UserBlockEditMethodDialog, with
-                    // this view as parent and the definition, asks how the user block is to be edited;
-                    // any choice but 1 (edit the current version) returns false right here, choice 1
-                    // goes on to the definition's sub-window below. Until the dialog exists the user
-                    // block is not edited.
-                    return false;
+                    // A user block of a library is used in other places too: the user says how.
+                    QPointer<BlockDefinition> guard(definition);
+                    UserBlockEditMethodDialog dialog(this, definition);
+                    dialog.exec();
+                    if (dialog.editMethod() != UserBlockEditMethodDialog::CurrentVersion)
+                        return false;
+                    // The model may have taken the definition away while the dialog was open.
+                    block = guard ? guard->block() : nullptr;
                 }
                 // The program of an area is edited in place only; a library block in its sub-window.
-                if (!block->isRootBlock())
+                if (block && !block->isRootBlock())
                     d->showSubWindow(definition);
             }
         }

@@ -1,4 +1,5 @@
 #include "SceneTestSupport.h"
+#include "ModalAnswer.h"
 #include "CountingCommand.h"
 #include "MenuLookup.h"
 #include "PlainCodeView.h"
@@ -36,6 +37,8 @@
 #include <QActionGroup>
 #include <QApplication>
 #include <QClipboard>
+#include <QDialog>
+#include <QLineF>
 #include <QFile>
 #include <QMenu>
 #include <QMimeData>
@@ -103,6 +106,8 @@ const QString Bind = QStringLiteral("In einen Bibliotheks-Baustein konvertieren"
 const QString NewVersion = QStringLiteral("In eine neue Version des Bausteins konvertieren");
 const QString ShowInLibrary = QStringLiteral("Zeige Baustein in Bibliothek");
 const QString ShowInHierarchy = QStringLiteral("Zeige Baustein in Hierarchieansicht");
+const QString NewBlock = QStringLiteral("neuen Baustein erstellen");
+const QString NewParameterBlock = QStringLiteral("neuen Parameter-Definitions-Baustein erstellen");
 
 } // namespace
 
@@ -116,6 +121,10 @@ private Q_SLOTS:
     void twoSelectedBlocksGiveAnEmptyMenu();
     void oneSelectedBlockAndEmptySpaceGiveTheEmptySpaceEntries();
     void emptySpaceOfADefinitionScene();
+    void newBlockEntriesOnlyInADefinitionScene();
+    void newBlockEntryMakesTheBlockAtTheClick_data();
+    void newBlockEntryMakesTheBlockAtTheClick();
+    void newBlockEntryInReadOnlyModeMakesNothing();
     void cornerNodeGivesAnEmptyMenu();
     void menuWithoutSceneOffersTheViewEntries();
     void prepareTwiceBuildsAfresh();
@@ -256,9 +265,77 @@ void tst_BlockCodeViewMenu::emptySpaceOfADefinitionScene()
     show(BlockDefinitionScene::forCode(m_code));
     BlockCodeViewMenu menu(m_view.get());
     prepareAt(menu, QPointF(500000, 500000));
-    QCOMPARE(actionTexts(&menu), (QStringList{QStringLiteral("Eigenschaften"), QStringLiteral("Ebene höher"),
-                                          QStringLiteral("Einfügen"), QStringLiteral("Rückgängig"),
-                                          QStringLiteral("Wiederherstellen")}));
+    QCOMPARE(actionTextsWithSeparators(&menu),
+             (QStringList{QStringLiteral("Eigenschaften"), QStringLiteral("Ebene höher"), QStringLiteral("|"),
+                          QStringLiteral("Einfügen"), QStringLiteral("|"), QStringLiteral("Rückgängig"),
+                          QStringLiteral("Wiederherstellen"), QStringLiteral("|"), NewBlock, NewParameterBlock}));
+    // Offered also while read-only: the scene refuses then.
+    QVERIFY(m_view->isReadOnly());
+    QVERIFY(actionNamed(&menu, NewBlock)->isEnabled());
+    QVERIFY(actionNamed(&menu, NewParameterBlock)->isEnabled());
+}
+
+void tst_BlockCodeViewMenu::newBlockEntriesOnlyInADefinitionScene()
+{
+    show(rootScene());
+    BlockCodeViewMenu menu(m_view.get());
+    prepareAt(menu, QPointF(500000, 500000));
+    QVERIFY(!actionNamed(&menu, NewBlock));
+    QVERIFY(!actionNamed(&menu, NewParameterBlock));
+    // Nor on a block of a definition scene.
+    show(BlockDefinitionScene::forCode(m_code));
+    prepareAt(menu, centreOf(m_not));
+    QVERIFY(!actionNamed(&menu, NewBlock));
+}
+
+void tst_BlockCodeViewMenu::newBlockEntryMakesTheBlockAtTheClick_data()
+{
+    QTest::addColumn<QString>("entry");
+    QTest::addColumn<bool>("parameterBlock");
+    QTest::newRow("block") << NewBlock << false;
+    QTest::newRow("parameter-definition block") << NewParameterBlock << true;
+}
+
+void tst_BlockCodeViewMenu::newBlockEntryMakesTheBlockAtTheClick()
+{
+    QFETCH(QString, entry);
+    QFETCH(bool, parameterBlock);
+    BlockDefinitionScene* scene = BlockDefinitionScene::forCode(m_code);
+    scene->setReadOnly(false);
+    show(scene);
+    const int before = int(m_code->instances().size());
+    BlockCodeViewMenu menu(m_view.get());
+    const QPointF click(70000, 50000);
+    prepareAt(menu, click);
+    auto answered = answerNextModal([](QDialog* dialog) { dialog->accept(); });
+    actionNamed(&menu, entry)->trigger();
+    QVERIFY(*answered);
+    QCOMPARE(int(m_code->instances().size()), before + 1);
+    BlockInstance* made = m_code->instances().last();
+    // The view maps the click to the scene through whole pixels: the block stands within one of them.
+    const QPointF placed = made->position() * 1000.0;
+    const double pixel = 1.0 / m_view->transform().m11();
+    QVERIFY2(QLineF(placed, click).length() <= 2 * pixel, qPrintable(QStringLiteral("%1,%2").arg(placed.x()).arg(placed.y())));
+    QVERIFY(made->block()->isUserBlock());
+    QCOMPARE(made->blockDefinition()->isParameterDefinitionBlock(), parameterBlock);
+    QCOMPARE(scene->undoStack()->count(), 1);
+}
+
+void tst_BlockCodeViewMenu::newBlockEntryInReadOnlyModeMakesNothing()
+{
+    BlockDefinitionScene* scene = BlockDefinitionScene::forCode(m_code);
+    show(scene);
+    QVERIFY(scene->isReadOnly());
+    const QByteArray text = wholeText(m_code);
+    BlockLibrary* local = m_code->blockDefinition()->localBlockLibrary();
+    const int blocks = int(local->blocks().size());
+    BlockCodeViewMenu menu(m_view.get());
+    prepareAt(menu, QPointF(70000, 50000));
+    actionNamed(&menu, NewBlock)->trigger();
+    actionNamed(&menu, NewParameterBlock)->trigger();
+    QCOMPARE(wholeText(m_code), text);
+    QCOMPARE(int(local->blocks().size()), blocks);
+    QCOMPARE(scene->undoStack()->count(), 0);
 }
 
 void tst_BlockCodeViewMenu::cornerNodeGivesAnEmptyMenu()
@@ -556,6 +633,11 @@ void tst_BlockCodeViewMenu::copyBlock()
     QCOMPARE(actionTexts(&menu).mid(actionTexts(&menu).size() - 3),
              (QStringList{QStringLiteral("Baustein kopieren"), QStringLiteral("Baustein ausschneiden"),
                           QStringLiteral("Baustein löschen")}));
+    // The last group of a block's entries begins with it, after the conversions.
+    const QStringList texts = actionTextsWithSeparators(&menu);
+    const qsizetype at = texts.indexOf(QStringLiteral("Baustein kopieren"));
+    QVERIFY(at > texts.indexOf(ShowInLibrary));
+    QCOMPARE(texts.at(at - 1), QStringLiteral("|"));
     copy->trigger();
     const QMimeData* data = QGuiApplication::clipboard()->mimeData();
     QVERIFY(data && data->hasFormat(BlockCode::TransferMimeType));

@@ -1,3 +1,4 @@
+#include "ModalAnswer.h"
 #include "CountingCommand.h"
 #include "SceneTestSupport.h"
 #include "TestModel.h"
@@ -37,6 +38,8 @@
 #include <QMimeData>
 #include <QPointer>
 #include <QSignalSpy>
+#include <QAbstractButton>
+#include <QMessageBox>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QUndoStack>
@@ -831,7 +834,17 @@ void tst_BlockDefinitionScene::dropRemovesTheHighlight()
     BlockItem* first = item(m_and);
     sendDrag(s, QEvent::GraphicsSceneDragMove, "StandardBlock_1;0", centreOf(first));
     QVERIFY(first->graphicsEffect());
+    // The drop on a block asks before it replaces; the tint is gone by then.
+    bool tintedAtTheQuestion = true;
+    auto answered = answerNextModal([&](QDialog* dialog) {
+        tintedAtTheQuestion = first->graphicsEffect() != nullptr;
+        auto* box = qobject_cast<QMessageBox*>(dialog);
+        QVERIFY(box);
+        box->button(QMessageBox::No)->click();
+    });
     sendDrag(s, QEvent::GraphicsSceneDrop, "StandardBlock_1;0", centreOf(first));
+    QVERIFY(*answered);
+    QVERIFY(!tintedAtTheQuestion);
     QVERIFY(!first->graphicsEffect());
     // A drop without a definition leaves a highlight alone (there can be none from such a drag).
     sendDrag(s, QEvent::GraphicsSceneDragMove, "StandardBlock_1;0", centreOf(first));

@@ -28,6 +28,7 @@
 #include <QMainWindow>
 #include <QMdiArea>
 #include <QPointer>
+#include <QPushButton>
 #include <QScrollBar>
 #include <QSettings>
 #include <QSignalSpy>
@@ -104,7 +105,10 @@ private Q_SLOTS:
     void stepOutFromEditMode();
     void insideALibraryBlockOpensTheSubWindow();
     void libraryBlockLevelOpensItsSubWindow();
+    void userBlockIsNotEditedWithoutTheMethodDialog_data();
     void userBlockIsNotEditedWithoutTheMethodDialog();
+    void userBlockEditedInItsCurrentVersionOpensTheSubWindow();
+    void userBlockTakenAwayWhileTheDialogIsOpen();
     void readOnlyBlocksOpenNoWindow_data();
     void readOnlyBlocksOpenNoWindow();
     void navigateShowsTheParentLevelAndSelectsTheTarget_data();
@@ -834,16 +838,82 @@ void tst_BlockHierarchyNodeView::libraryBlockLevelOpensItsSubWindow()
     QCOMPARE(m_mdiArea->subWindowList(), QList<QMdiSubWindow*>{window});
 }
 
+void tst_BlockHierarchyNodeView::userBlockIsNotEditedWithoutTheMethodDialog_data()
+{
+    // Every answer but "edit the current version" gives the edit up, also the two hidden ones.
+    QTest::addColumn<QString>("answer");
+    QTest::newRow("cancel button") << QStringLiteral("cancelButton");
+    QTest::newRow("window closed") << QString();
+    QTest::newRow("new version") << QStringLiteral("onEditNewVersion");
+    QTest::newRow("local block") << QStringLiteral("onEditLocaleBlock");
+}
+
 void tst_BlockHierarchyNodeView::userBlockIsNotEditedWithoutTheMethodDialog()
+{
+    QFETCH(QString, answer);
+    m_kundeBlock->setUserBlock(true);
+    m_view->setArea(m_model->area());
+    QVERIFY(stepInto(m_kunde->identifier()));
+    QSignalSpy toggled(m_view.get(), &BlockHierarchyNodeView::blockDefinitionEditModeToggled);
+    QWidget* parent = nullptr;
+    QString title;
+    auto answered = answerNextModal([&](QDialog* dialog) {
+        parent = dialog->parentWidget();
+        title = dialog->windowTitle();
+        if (answer.isEmpty())
+            dialog->close();
+        else if (auto* button = dialog->findChild<QPushButton*>(answer))
+            button->click();
+        else
+            QMetaObject::invokeMethod(dialog, answer.toLatin1().constData());
+    });
+    QVERIFY(!m_view->setBlockDefinitionEditMode(true));
+    QVERIFY(*answered);
+    QCOMPARE(parent, m_view.get());
+    QCOMPARE(title, QStringLiteral("Bibliotheksbaustein editieren"));
+    // The button went back before the question, and the way ends there: no final report.
+    QCOMPARE(boolArguments(toggled), QList<bool>{false});
+    QVERIFY(!ModelBuilder::newest(m_kundeBlock)->editSubWindow());
+    QVERIFY(m_mdiArea->subWindowList().isEmpty());
+    QVERIFY(!m_view->isBlockDefinitionEditMode());
+}
+
+void tst_BlockHierarchyNodeView::userBlockEditedInItsCurrentVersionOpensTheSubWindow()
 {
     m_kundeBlock->setUserBlock(true);
     m_view->setArea(m_model->area());
     QVERIFY(stepInto(m_kunde->identifier()));
     QSignalSpy toggled(m_view.get(), &BlockHierarchyNodeView::blockDefinitionEditModeToggled);
+    auto answered = answerNextModal([](QDialog* dialog) {
+        auto* button = dialog->findChild<QPushButton*>(QStringLiteral("currentVersionButton"));
+        QVERIFY(button);
+        button->click();
+    });
     QVERIFY(!m_view->setBlockDefinitionEditMode(true));
-    // The way through the edit method dialog ends before the final report.
-    QCOMPARE(boolArguments(toggled), QList<bool>{false});
-    QVERIFY(!ModelBuilder::newest(m_kundeBlock)->editSubWindow());
+    QVERIFY(*answered);
+    // The library block is edited in its own window; this view stays where it was.
+    QCOMPARE(boolArguments(toggled), (QList<bool>{false, false}));
+    LibraryBlockDefinitionSubWindow* window = ModelBuilder::newest(m_kundeBlock)->editSubWindow();
+    QVERIFY(window);
+    QCOMPARE(m_mdiArea->subWindowList(), QList<QMdiSubWindow*>{window});
+    QTRY_COMPARE(m_mdiArea->activeSubWindow(), window);
+}
+
+void tst_BlockHierarchyNodeView::userBlockTakenAwayWhileTheDialogIsOpen()
+{
+    m_kundeBlock->setUserBlock(true);
+    m_view->setArea(m_model->area());
+    QVERIFY(stepInto(m_kunde->identifier()));
+    QPointer<BlockDefinition> definition = ModelBuilder::newest(m_kundeBlock);
+    auto answered = answerNextModal([&](QDialog* dialog) {
+        // The library goes while the user reads; the answer comes after.
+        delete m_model->user()->library()->removeBlock(QStringLiteral("UserBlock_1"));
+        m_kundeBlock = nullptr;
+        dialog->findChild<QPushButton*>(QStringLiteral("currentVersionButton"))->click();
+    });
+    QVERIFY(!m_view->setBlockDefinitionEditMode(true));
+    QVERIFY(*answered);
+    QVERIFY(!definition);
     QVERIFY(m_mdiArea->subWindowList().isEmpty());
 }
 

@@ -5,10 +5,17 @@
 #include <QElapsedTimer>
 #include <QTimer>
 
+namespace {
+
+const char* const AnswerTimerName = "zkModalAnswerTimer";
+
+} // namespace
+
 std::shared_ptr<bool> answerNextModal(std::function<void(QDialog*)> action, int timeoutMs)
 {
     auto answered = std::make_shared<bool>(false);
     auto* timer = new QTimer(qApp);
+    timer->setObjectName(QLatin1String(AnswerTimerName));
     auto clock = std::make_shared<QElapsedTimer>();
     clock->start();
     timer->setInterval(10);
@@ -28,4 +35,13 @@ std::shared_ptr<bool> answerNextModal(std::function<void(QDialog*)> action, int 
     });
     timer->start();
     return answered;
+}
+
+void withdrawModalAnswers()
+{
+    const QList<QTimer*> timers = qApp->findChildren<QTimer*>(QLatin1String(AnswerTimerName), Qt::FindDirectChildrenOnly);
+    for (QTimer* timer : timers) {
+        timer->stop();
+        timer->deleteLater();
+    }
 }

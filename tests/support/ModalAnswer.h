@@ -9,3 +9,8 @@ class QDialog;
 // dialog's own event loop runs and hands it to `action`, which fills fields and accepts or rejects.
 // Returns a flag that turns true once the dialog was answered, for the test to check.
 std::shared_ptr<bool> answerNextModal(std::function<void(QDialog*)> action, int timeoutMs = 5000);
+
+// Withdraws every answer that still waits. A test that arms an answer against a dialog that must
+// not come (so that a wrong one is closed rather than hanging the run) withdraws it afterwards, so
+// that it cannot answer a dialog of a later test.
+void withdrawModalAnswers();

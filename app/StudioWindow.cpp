@@ -2,6 +2,8 @@
 
 #include "AreaSubWindow.h"
 #include "MessageDock.h"
+#include "ProjectChangeWatch.h"
+#include "StudioEditMenu.h"
 #include "StudioExporter.h"
 
 #include "BlockCodeView.h"
@@ -19,8 +21,10 @@
 #include "Project.h"
 #include "System.h"
 
+#include <QAbstractButton>
 #include <QAction>
 #include <QActionGroup>
+#include <QCloseEvent>
 #include <QFile>
 #include <QFileDialog>
 #include <QLabel>
@@ -52,6 +56,7 @@ QString blockMenuText(Block* block)
 StudioWindow::StudioWindow()
     : m_mdiArea(new QMdiArea(this))
     , m_messages(new MessageDock(this))
+    , m_changes(new ProjectChangeWatch(this))
     , m_statusLabel(new QLabel(this))
 {
     setObjectName(QStringLiteral("studioWindow"));
@@ -66,9 +71,12 @@ StudioWindow::StudioWindow()
     QAction* open = file->addAction(tr("Projekt &öffnen..."), this, &StudioWindow::onOpen);
     open->setShortcut(QKeySequence::Open);
     file->addAction(tr("&Beispielprojekt öffnen"), this, &StudioWindow::openSample);
-    QAction* save = file->addAction(tr("Projekt &speichern"), this, &StudioWindow::onSave);
+    QAction* save = file->addAction(tr("&Speichern"), this, &StudioWindow::save);
+    save->setObjectName(QStringLiteral("save"));
     save->setShortcut(QKeySequence::Save);
-    file->addAction(tr("Projekt speichern &unter..."), this, &StudioWindow::onSaveAs);
+    QAction* saveAs = file->addAction(tr("Speichern &unter..."), this, &StudioWindow::saveAs);
+    saveAs->setObjectName(QStringLiteral("saveAs"));
+    saveAs->setShortcut(QKeySequence::SaveAs);
     file->addAction(tr("Beispielprojekt &ausschreiben..."), this, &StudioWindow::onWriteSample);
     file->addSeparator();
     QAction* exportPng = file->addAction(tr("Als &PNG exportieren..."), this, [this] { onExport(QStringLiteral("png"), tr("PNG-Bilder (*.png)")); });
@@ -83,6 +91,11 @@ StudioWindow::StudioWindow()
     file->addSeparator();
     QAction* quit = file->addAction(tr("&Beenden"), this, &QWidget::close);
     quit->setShortcut(QKeySequence::Quit);
+
+    m_editMenu = new StudioEditMenu([this] { return activeCodeView(); }, this);
+    menuBar()->addMenu(m_editMenu);
+    connect(m_mdiArea, &QMdiArea::subWindowActivated, m_editMenu, &StudioEditMenu::followActiveView);
+    connect(m_changes, &ProjectChangeWatch::modifiedChanged, this, &QWidget::setWindowModified);
 
     QMenu* view = menuBar()->addMenu(tr("&Ansicht"));
     view->setObjectName(QStringLiteral("viewMenu"));
@@ -149,6 +162,10 @@ StudioWindow::StudioWindow()
 
 StudioWindow::~StudioWindow()
 {
+    // The menu follows the editors' scenes; it goes first, so that no dying scene reaches it.
+    delete m_editMenu;
+    m_editMenu = nullptr;
+    m_changes->setProject(nullptr);
     // The editors go before the project whose model they show.
     closeAllEditors();
     if (System::instance().mainWindow() == this)
@@ -157,6 +174,8 @@ StudioWindow::~StudioWindow()
 
 bool StudioWindow::openProject(const QString& path)
 {
+    if (!maySetProjectAside())
+        return false;
     QString error;
     std::unique_ptr<Project> project(Project::load(path, &error));
     if (!project) {
@@ -172,6 +191,8 @@ bool StudioWindow::openProject(const QString& path)
 
 bool StudioWindow::openSample()
 {
+    if (!maySetProjectAside())
+        return false;
     QFile file(kSamplePath);
     QString error;
     std::unique_ptr<Project> project;
@@ -200,8 +221,66 @@ bool StudioWindow::saveProject(const QString& path)
         return false;
     }
     System::addInformationMessage(tr("Projekt"), tr("%1 gespeichert.").arg(path));
+    m_changes->markSaved();
     updateTitle();
     return true;
+}
+
+bool StudioWindow::save()
+{
+    if (!m_project)
+        return false;
+    if (m_project->filePath().isEmpty())
+        return saveAs();
+    return saveProject(m_project->filePath());
+}
+
+bool StudioWindow::saveAs()
+{
+    if (!m_project)
+        return false;
+    QFileDialog dialog(this, tr("Projekt speichern unter"), m_project->filePath(), tr("Projekte (*.zkproj)"));
+    dialog.setAcceptMode(QFileDialog::AcceptSave);
+    dialog.setDefaultSuffix(QStringLiteral("zkproj"));
+    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
+        return false;
+    return saveProject(dialog.selectedFiles().first());
+}
+
+bool StudioWindow::isProjectModified() const
+{
+    return m_project && m_changes->check();
+}
+
+bool StudioWindow::maySetProjectAside()
+{
+    if (!isProjectModified())
+        return true;
+    const QString name = m_project->name().isEmpty() ? tr("Das Projekt") : tr("Das Projekt „%1“").arg(m_project->name());
+    QMessageBox box(QMessageBox::Warning, tr("Ungespeicherte Änderungen"), tr("%1 wurde geändert.").arg(name),
+                    QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel, this);
+    box.setObjectName(QStringLiteral("unsavedChangesBox"));
+    box.setInformativeText(tr("Sollen die Änderungen gespeichert werden?"));
+    box.button(QMessageBox::Save)->setText(tr("Speichern"));
+    box.button(QMessageBox::Discard)->setText(tr("Verwerfen"));
+    box.button(QMessageBox::Cancel)->setText(tr("Abbrechen"));
+    box.setDefaultButton(QMessageBox::Save);
+    box.setEscapeButton(QMessageBox::Cancel);
+    box.exec();
+    QAbstractButton* clicked = box.clickedButton();
+    if (clicked == box.button(QMessageBox::Save))
+        // A save that fails or whose file dialog is cancelled keeps the project, as a cancel does.
+        return save();
+    // Closed without a choice (the window's own close button) counts as a cancel.
+    return clicked == box.button(QMessageBox::Discard);
+}
+
+void StudioWindow::closeEvent(QCloseEvent* event)
+{
+    if (maySetProjectAside())
+        event->accept();
+    else
+        event->ignore();
 }
 
 void StudioWindow::setProject(std::unique_ptr<Project> project)
@@ -214,6 +293,9 @@ void StudioWindow::setProject(std::unique_ptr<Project> project)
     rebuildAreaMenu();
     updateTitle();
     openFirstAxisArea();
+    // Taken once the editors are up: what they did to the model while coming up is no edit of
+    // the user's.
+    m_changes->setProject(m_project.get());
 }
 
 void StudioWindow::closeAllEditors()
@@ -493,7 +575,8 @@ void StudioWindow::updateViewActions()
 void StudioWindow::updateTitle()
 {
     const QString name = m_project ? m_project->name() : QString();
-    setWindowTitle(name.isEmpty() ? tr("Zerkanta Bausteinstudio") : tr("%1 - Zerkanta Bausteinstudio").arg(name));
+    // "[*]" stands where the toolkit shows the modified marker.
+    setWindowTitle(name.isEmpty() ? tr("Zerkanta Bausteinstudio[*]") : tr("%1[*] - Zerkanta Bausteinstudio").arg(name));
     m_statusLabel->setText(m_project && !m_project->filePath().isEmpty() ? m_project->filePath() : tr("nicht gespeichert"));
 }
 
@@ -502,21 +585,6 @@ void StudioWindow::onOpen()
     const QString path = QFileDialog::getOpenFileName(this, tr("Projekt öffnen"), QString(), tr("Projekte (*.zkproj *.json)"));
     if (!path.isEmpty())
         openProject(path);
-}
-
-void StudioWindow::onSave()
-{
-    if (m_project && !m_project->filePath().isEmpty())
-        saveProject(m_project->filePath());
-    else
-        onSaveAs();
-}
-
-void StudioWindow::onSaveAs()
-{
-    const QString path = QFileDialog::getSaveFileName(this, tr("Projekt speichern"), QString(), tr("Projekte (*.zkproj)"));
-    if (!path.isEmpty())
-        saveProject(path);
 }
 
 void StudioWindow::onWriteSample()

@@ -9,10 +9,17 @@
 
 #include <algorithm>
 
+namespace {
+
+const char* const AnswerTimerName = "zkModalAnswerTimer";
+
+} // namespace
+
 std::shared_ptr<bool> answerNextModal(std::function<void(QDialog*)> action, int timeoutMs)
 {
     auto answered = std::make_shared<bool>(false);
     auto* timer = new QTimer(qApp);
+    timer->setObjectName(QLatin1String(AnswerTimerName));
     auto clock = std::make_shared<QElapsedTimer>();
     clock->start();
     timer->setInterval(10);
@@ -55,4 +62,13 @@ std::shared_ptr<void> answerEveryModal(std::function<void(QDialog*)> action)
     });
     timer->start();
     return std::shared_ptr<void>(timer, [](void* p) { delete static_cast<QTimer*>(p); });
+}
+
+void withdrawModalAnswers()
+{
+    const QList<QTimer*> timers = qApp->findChildren<QTimer*>(QLatin1String(AnswerTimerName), Qt::FindDirectChildrenOnly);
+    for (QTimer* timer : timers) {
+        timer->stop();
+        timer->deleteLater();
+    }
 }

@@ -14,3 +14,8 @@ std::shared_ptr<bool> answerNextModal(std::function<void(QDialog*)> action, int 
 // gestures whose questions they cannot foresee one by one (random sequences, walks). Each dialog is
 // handed to `action` once; dropping the handle stops the answering.
 std::shared_ptr<void> answerEveryModal(std::function<void(QDialog*)> action);
+
+// Withdraws every answer that still waits. A test that arms an answer against a dialog that must
+// not come (so that a wrong one is closed rather than hanging the run) withdraws it afterwards, so
+// that it cannot answer a dialog of a later test.
+void withdrawModalAnswers();

@@ -1,3 +1,4 @@
+#include "BookmarkFiles.h"
 #include "TestRegistry.h"
 
 #include <QApplication>
@@ -19,6 +20,7 @@ int main(int argc, char** argv)
     QApplication app(argc, argv);
     app.setOrganizationName(QStringLiteral("Marlenbach Motion Test"));
     app.setApplicationName(QStringLiteral("Zerkanta Test"));
+    useScratchBookmarkFolder();
 
     const char* only = nullptr;
     QList<char*> args{argv[0]};

@@ -1,0 +1,72 @@
+#include "BookmarkFiles.h"
+
+#include "BlockBookmark.h"
+#include "BlockBookmarkFolder.h"
+#include "BlockBookmarkRepository.h"
+
+#include <QDir>
+#include <QFile>
+#include <QSaveFile>
+#include <QTemporaryDir>
+
+namespace {
+
+QTemporaryDir& scratch()
+{
+    static QTemporaryDir dir;
+    return dir;
+}
+
+void dumpFolder(const BlockBookmarkFolder* folder, int depth, QStringList& lines)
+{
+    for (int i = 0; i < folder->count(); ++i) {
+        BlockBookmarkItem* item = folder->child(i);
+        const QString indent(depth * 2, QLatin1Char(' '));
+        if (const BlockBookmark* bookmark = item->toBookmark()) {
+            lines.append(indent + QStringLiteral("%1;%2").arg(bookmark->identifier()).arg(bookmark->version()));
+        } else if (const BlockBookmarkFolder* sub = item->toFolder()) {
+            lines.append(indent + QLatin1Char('[') + sub->name() + QLatin1Char(']'));
+            dumpFolder(sub, depth + 1, lines);
+        }
+    }
+}
+
+} // namespace
+
+void useScratchBookmarkFolder()
+{
+    QDir(scratch().path()).mkpath(QStringLiteral("Marlenbach Motion"));
+    BlockBookmarkRepository::setCommonDataFolder(scratch().path());
+}
+
+QString bookmarkFilePath()
+{
+    return BlockBookmarkRepository::instance().filePath();
+}
+
+void resetBookmarks()
+{
+    BlockBookmarkRepository& repository = BlockBookmarkRepository::instance();
+    while (repository.rootFolder()->count() > 0)
+        repository.removeItem(repository.rootFolder()->child(0)->id(), true);
+    QFile::remove(repository.filePath());
+    QDir().mkpath(BlockBookmarkRepository::bookmarkFolder());
+    repository.saveBookmarks(false);
+}
+
+void writeBookmarkFile(const QByteArray& bytes)
+{
+    QSaveFile file(bookmarkFilePath());
+    if (file.open(QIODevice::WriteOnly)) {
+        file.write(bytes);
+        file.commit();
+    }
+}
+
+QStringList bookmarkTree(const BlockBookmarkFolder* folder)
+{
+    QStringList lines;
+    if (folder)
+        dumpFolder(folder, 0, lines);
+    return lines;
+}

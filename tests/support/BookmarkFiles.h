@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+
+class BlockBookmarkFolder;
+
+// Points the favourites at a scratch folder for the whole run (the test main calls it first), so
+// that no test reads or writes the machine's shared file.
+void useScratchBookmarkFolder();
+// The file that the repository uses in this run.
+QString bookmarkFilePath();
+// Empties the tree and deletes the file, so each test starts without favourites.
+void resetBookmarks();
+// Replaces the file's bytes, as another process would (a new file in place of the old one).
+void writeBookmarkFile(const QByteArray& bytes);
+// The tree as indented lines: "[name]" for a folder, "identifier;version" for a bookmark.
+QStringList bookmarkTree(const BlockBookmarkFolder* folder);

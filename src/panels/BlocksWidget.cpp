@@ -49,6 +49,17 @@ QVariant numberOf(const Block* block)
     return QVariant(number.toUInt());
 }
 
+unsigned int definitionCount(const BlockLibrary* library)
+{
+    unsigned int count = 0;
+    const QList<Block*> blocks = library->blocks();
+    for (const Block* block : blocks) {
+        if (block)
+            count += unsigned(block->versions().size());
+    }
+    return count;
+}
+
 bool isListed(const Block* block, const BlockDefinition* definition)
 {
     return block && definition && definition->isVisible() && !block->isTemplateBlock();
@@ -220,6 +231,11 @@ void BlocksWidget::updatePath(QString groupPath)
         }
     }
 
+    // What the list now shows of the current library: a signal of it that reports no other number
+    // (the repository's word on the same change has refilled already) costs no second fill.
+    if (m_currentLibrary)
+        m_definitionCount = definitionCount(m_currentLibrary);
+
     // Sorting while filling would place each row by a search; one sort at the end is cheaper.
     const bool sorting = isSortingEnabled();
     setSortingEnabled(false);
@@ -256,12 +272,7 @@ void BlocksWidget::currentLibraryContentsChanged()
 {
     if (!m_currentLibrary)
         return;
-    unsigned int count = 0;
-    const QList<Block*> blocks = m_currentLibrary->blocks();
-    for (const Block* block : blocks) {
-        if (block)
-            count += unsigned(block->versions().size());
-    }
+    const unsigned int count = definitionCount(m_currentLibrary);
     if (count == m_definitionCount)
         return;
     m_definitionCount = count;

@@ -192,10 +192,8 @@ void BlockEditorViewPrivate::attachCodeView()
     connect(codeView, SIGNAL(needToShowInLibraryView(BlockDefinition*)), this, SLOT(showBlockLibraryTab()));
     connect(codeView, SIGNAL(areaChanged()), this, SLOT(updateAreaEditAccess()));
     connect(codeView, SIGNAL(needToShowInHierarchyView(QString)), ui->hierarchyView, SLOT(selectPath(QString)));
-    // Comes with the BlockLibraryView panel: needToShowInLibraryView(BlockDefinition*) to
-    // selectBlockDefinition(BlockDefinition*) of "blockLibraryView". Until then the groups tree
-    // shows the block's group.
-    connect(codeView, &BlockCodeView::needToShowInLibraryView, this, &BlockEditorViewPrivate::showInLibrary);
+    connect(codeView, SIGNAL(needToShowInLibraryView(BlockDefinition*)), ui->blockLibraryView,
+            SLOT(selectBlockDefinition(BlockDefinition*)));
     // Comes with the BlockSearchView panel: needToShowInHierarchy(QString) to selectPath(QString) of
     // "hierarchyView", needToShowInLibrary(BlockDefinition*) to selectBlockDefinition of
     // "blockLibraryView", needToShowInCode(QString) to navigateTo(QString) of the code view.
@@ -216,12 +214,6 @@ void BlockEditorViewPrivate::attachCodeView()
     connect(ui->blockCheckIssueView, SIGNAL(needToShow(QString)), codeView, SLOT(navigateTo(QString)));
     connect(ui->environmentComboBox, SIGNAL(currentIndexChanged(int)), this, SLOT(onEnvironmentChanged()));
     connect(ui->overviewButton, SIGNAL(toggled(bool)), this, SLOT(setOverviewVisible(bool)));
-}
-
-void BlockEditorViewPrivate::showInLibrary(BlockDefinition* pDefinition)
-{
-    if (pDefinition && pDefinition->block())
-        ui->blockGroupsWidget->selectGroup(pDefinition->block());
 }
 
 void BlockEditorViewPrivate::navigateTo(const QString& path)
@@ -409,9 +401,7 @@ BlockEditorView::BlockEditorView(QWidget* parent)
     d->ui->setupUi(this);
     // The form would select the favourites tab here; the persisted index replaces it below.
     d->selectVerticalTab(kFormVerticalTab);
-    // Comes with the BlockLibraryView panel: initialize() on "blockLibraryView". Until then the
-    // library tab holds the groups tree alone.
-    d->ui->blockGroupsWidget->setup();
+    d->ui->blockLibraryView->initialize();
     d->ui->environmentFrame->hide();
     d->ui->convertFallbackButton->hide();
     d->loadLayout();

@@ -64,6 +64,5 @@ private Q_SLOTS:
 
 private:
     void attachCodeView();
-    void showInLibrary(BlockDefinition* pDefinition);
     bool isEditable() const;
 };

@@ -10,6 +10,8 @@
 #include "BlockCodeView.h"
 #include "BlockEditorView.h"
 #include "BlockGroupsWidget.h"
+#include "BlockLibraryView.h"
+#include "BlocksWidget.h"
 #include "BlockHierarchyNodeView.h"
 #include "BlockItem.h"
 #include "HierarchyView.h"
@@ -176,7 +178,12 @@ void tst_BlockEditorView::formHasTheWidgetTree()
     QVERIFY(verticalTab->indexOf(child<QWidget>(&editor, "libraryTab")) < verticalTab->indexOf(child<QWidget>(&editor, "signalLabelTab")));
     QVERIFY(child<HierarchyView>(&editor, "hierarchyView"));
     QCOMPARE(child<HierarchyView>(&editor, "hierarchyView")->minimumSize(), QSize(50, 0));
-    QVERIFY(child<BlockGroupsWidget>(&editor, "blockGroupsWidget"));
+    auto* library = child<BlockLibraryView>(&editor, "blockLibraryView");
+    QVERIFY(library);
+    QCOMPARE(library->parentWidget(), child<QWidget>(&editor, "libraryTab"));
+    // Set up by the editor: the groups tree is filled and the list has its columns.
+    QVERIFY(library->groupsWidget()->topLevelItemCount() > 0);
+    QCOMPARE(library->blocksWidget()->columnCount(), 4);
     QVERIFY(child<SignalLabelView>(&editor, "signalLabelView"));
 
     auto* horzontalTab = child<QTabWidget>(&editor, "horzontalTab");
@@ -824,24 +831,30 @@ void tst_BlockEditorView::needToShowInHierarchyViewShowsTheHierarchyTab()
 
 void tst_BlockEditorView::needToShowInLibraryViewSelectsTheGroup()
 {
-    // A user block shows its library's row in the groups tree.
+    // A user block shows its library's row in the groups tree and its version in the list.
     Block* block = ModelBuilder::composite(m_model->user()->library(), QStringLiteral("UserBlock_1"), QStringLiteral("Aussen"),
                                            {{QStringLiteral("E")}}, {{QStringLiteral("A")}});
     block->setUserBlock(true);
     BlockEditorView editor;
     editor.setRoot(m_model->area());
     auto* tabs = child<QTabWidget>(&editor, "verticalTab");
-    auto* groups = child<BlockGroupsWidget>(&editor, "blockGroupsWidget");
+    auto* library = child<BlockLibraryView>(&editor, "blockLibraryView");
+    BlockGroupsWidget* groups = library->groupsWidget();
+    BlocksWidget* blocks = library->blocksWidget();
     groups->update();
     groups->setCurrentItem(nullptr);
     Q_EMIT codeViewOf(&editor)->needToShowInLibraryView(ModelBuilder::newest(block));
     QCOMPARE(tabs->currentWidget(), child<QWidget>(&editor, "libraryTab"));
     QVERIFY(button(&editor, "verticalButton")->isChecked());
     QVERIFY(groups->currentItem());
+    QCOMPARE(groups->currentItem()->text(0), m_model->user()->name().text());
+    QVERIFY(blocks->currentItem());
+    QCOMPARE(BlocksWidget::definitionOf(blocks->currentItem()), ModelBuilder::newest(block));
 
     // Nothing to show is no reason to fail.
     Q_EMIT codeViewOf(&editor)->needToShowInLibraryView(nullptr);
     QCOMPARE(tabs->currentWidget(), child<QWidget>(&editor, "libraryTab"));
+    QCOMPARE(BlocksWidget::definitionOf(blocks->currentItem()), ModelBuilder::newest(block));
 }
 
 void tst_BlockEditorView::stepButtonsFollowTheView()

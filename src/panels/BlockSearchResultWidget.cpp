@@ -41,11 +41,16 @@ const void* storedPointer(const QTreeWidgetItem* item, int role)
     return item ? item->data(0, role).value<void*>() : nullptr;
 }
 
+QIcon defaultBlockIcon()
+{
+    return QIcon(QStringLiteral(":/Resources/DefaultBlockIconSmall.png"));
+}
+
 QIcon definitionIcon(const BlockDefinition* definition)
 {
     QPixmap pixmap;
     if (!pixmap.loadFromData(definition->smallListImage()))
-        pixmap.load(QStringLiteral(":/Resources/DefaultBlockIconSmall.png"));
+        return defaultBlockIcon();
     return QIcon(pixmap);
 }
 
@@ -89,6 +94,9 @@ QPixmap dragPicture(BlockDefinition* definition)
 BlockSearchResultWidgetPrivate::BlockSearchResultWidgetPrivate(BlockSearchResultWidget* pOwner)
     : QTreeWidget(pOwner)
     , owner(pOwner)
+    , starIcon(QStringLiteral(":/Resources/star.png"))
+    , starEmptyIcon(QStringLiteral(":/Resources/starEmpty.png"))
+    , defaultIcon(defaultBlockIcon())
 {
     connect(this, &BlockSearchResultWidgetPrivate::needToShowInHierarchy, owner, &BlockSearchResultWidget::needToShowInHierarchy);
     connect(this, &BlockSearchResultWidgetPrivate::needToShowInCode, owner, &BlockSearchResultWidget::needToShowInCode);
@@ -129,6 +137,19 @@ void BlockSearchResultWidgetPrivate::clearResults()
     librarySection = nullptr;
     hierarchyHits.clear();
     libraryHits.clear();
+    icons.clear();
+}
+
+QIcon BlockSearchResultWidgetPrivate::iconOf(BlockDefinition* pBlockDefinition)
+{
+    auto known = icons.constFind(pBlockDefinition);
+    if (known != icons.constEnd())
+        return known.value();
+    const QByteArray bytes = pBlockDefinition->smallListImage();
+    QPixmap pixmap;
+    const QIcon icon = !bytes.isEmpty() && pixmap.loadFromData(bytes) ? QIcon(pixmap) : defaultIcon;
+    icons.insert(pBlockDefinition, icon);
+    return icon;
 }
 
 QTreeWidgetItem* BlockSearchResultWidgetPrivate::section(QTreeWidgetItem*& pSection, const QString& text)
@@ -184,7 +205,7 @@ void BlockSearchResultWidgetPrivate::insertHierarchyItem(BlockInstanceHierarchyN
         row->setData(1, Qt::DisplayRole, numberText);
     row->setData(2, Qt::DisplayRole, instance->version());
     if (BlockDefinition* definition = instance->blockDefinition()) {
-        row->setIcon(0, definitionIcon(definition));
+        row->setIcon(0, iconOf(definition));
         setStar(row, definition);
     }
     section(hierarchySection, BlockSearchResultWidget::tr("Hierarchie"))->addChild(row);
@@ -201,7 +222,7 @@ void BlockSearchResultWidgetPrivate::insertLibraryItem(BlockDefinition* pBlockDe
 
     auto* row = new QTreeWidgetItem;
     row->setData(0, DefinitionRole, QVariant::fromValue(static_cast<void*>(pBlockDefinition)));
-    row->setIcon(0, definitionIcon(pBlockDefinition));
+    row->setIcon(0, iconOf(pBlockDefinition));
     row->setText(0, block->name().text());
     row->setData(1, Qt::DisplayRole, numberOrIdentifier(block));
     row->setData(2, Qt::DisplayRole, pBlockDefinition->version());
@@ -250,7 +271,7 @@ void BlockSearchResultWidgetPrivate::setStar(QTreeWidgetItem* pItem, BlockDefini
     if (!isStarBlock(pBlockDefinition))
         return;
     const bool marked = bookmarks && bookmarks->hasBookmark(pBlockDefinition);
-    pItem->setIcon(StarColumn, QIcon(marked ? QStringLiteral(":/Resources/star.png") : QStringLiteral(":/Resources/starEmpty.png")));
+    pItem->setIcon(StarColumn, marked ? starIcon : starEmptyIcon);
 }
 
 void BlockSearchResultWidgetPrivate::refreshStars()

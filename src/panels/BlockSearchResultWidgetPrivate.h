@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QHash>
+#include <QIcon>
 #include <QPoint>
 #include <QPointer>
 #include <QSet>
@@ -67,9 +68,15 @@ private:
     QTreeWidgetItem* section(QTreeWidgetItem*& pSection, const QString& text);
     void setStar(QTreeWidgetItem* pItem, BlockDefinition* pBlockDefinition);
     void showNotFound(const QTreeWidgetItem* pItem);
+    // Decoded once for all rows of a definition.
+    QIcon iconOf(BlockDefinition* pBlockDefinition);
 
     // Which pointers have a row already, so that a hit is reported once without a look through
     // all rows for each new one; the library's guards also tell a deleted definition.
     QSet<const void*> hierarchyHits;
     QHash<const void*, QPointer<BlockDefinition>> libraryHits;
+    QHash<const void*, QIcon> icons;
+    const QIcon starIcon;
+    const QIcon starEmptyIcon;
+    const QIcon defaultIcon;
 };

@@ -7,6 +7,7 @@
 #include "BlockCodeView.h"
 #include "BlockDefinitionScene.h"
 #include "BlockHierarchyNodeView.h"
+#include "BlockSearchView.h"
 #include "LibraryBlockDefinitionView.h"
 #include "OverviewFrame.h"
 
@@ -145,7 +146,7 @@ void BlockEditorViewPrivate::setRoot(BlockInstanceArea* pRoot)
     // Who may edit depends on the user's access level, which can change while the editor is open.
     connect(&System::instance(), &SystemInformation::userAccessLevelCodeChanged, this,
             &BlockEditorViewPrivate::updateAreaEditAccess);
-    // Comes with the BlockSearchView panel: setBlockInstanceRoot(area) on "blockSearchView".
+    ui->blockSearchView->setBlockInstanceRoot(pRoot);
     ui->signalLabelView->setNode(rootNode);
 }
 
@@ -186,17 +187,18 @@ void BlockEditorViewPrivate::attachCodeView()
     connect(ui->zoomInButton, SIGNAL(clicked()), this, SLOT(zoomIn()));
     connect(ui->zoomOutButton, SIGNAL(clicked()), this, SLOT(zoomOut()));
     connect(ui->zoom100Button, SIGNAL(clicked()), this, SLOT(zoom100()));
-    // Comes with the BlockSearchView panel: needToShowInHierarchy(QString) to showHierarchyTab() and
-    // needToShowInLibrary(BlockDefinition*) to showBlockLibraryTab().
+    connect(ui->blockSearchView, SIGNAL(needToShowInHierarchy(QString)), this, SLOT(showHierarchyTab()));
+    connect(ui->blockSearchView, SIGNAL(needToShowInLibrary(BlockDefinition*)), this, SLOT(showBlockLibraryTab()));
     connect(codeView, SIGNAL(needToShowInHierarchyView(QString)), this, SLOT(showHierarchyTab()));
     connect(codeView, SIGNAL(needToShowInLibraryView(BlockDefinition*)), this, SLOT(showBlockLibraryTab()));
     connect(codeView, SIGNAL(areaChanged()), this, SLOT(updateAreaEditAccess()));
     connect(codeView, SIGNAL(needToShowInHierarchyView(QString)), ui->hierarchyView, SLOT(selectPath(QString)));
     connect(codeView, SIGNAL(needToShowInLibraryView(BlockDefinition*)), ui->blockLibraryView,
             SLOT(selectBlockDefinition(BlockDefinition*)));
-    // Comes with the BlockSearchView panel: needToShowInHierarchy(QString) to selectPath(QString) of
-    // "hierarchyView", needToShowInLibrary(BlockDefinition*) to selectBlockDefinition of
-    // "blockLibraryView", needToShowInCode(QString) to navigateTo(QString) of the code view.
+    connect(ui->blockSearchView, SIGNAL(needToShowInHierarchy(QString)), ui->hierarchyView, SLOT(selectPath(QString)));
+    connect(ui->blockSearchView, SIGNAL(needToShowInLibrary(BlockDefinition*)), ui->blockLibraryView,
+            SLOT(selectBlockDefinition(BlockDefinition*)));
+    connect(ui->blockSearchView, SIGNAL(needToShowInCode(QString)), codeView, SLOT(navigateTo(QString)));
     connect(ui->stepInButton, SIGNAL(clicked()), codeView, SLOT(stepInSelectedBlock()));
     connect(ui->stepUpButton, SIGNAL(clicked()), codeView, SLOT(stepOut()));
     connect(ui->hierarchyView, SIGNAL(showPathInCode(QString)), codeView, SLOT(navigateTo(QString)));

@@ -14,6 +14,7 @@
 #include "BlocksWidget.h"
 #include "BlockHierarchyNodeView.h"
 #include "BlockItem.h"
+#include "BlockSearchView.h"
 #include "HierarchyView.h"
 #include "LibraryBlockDefinitionView.h"
 #include "OverviewFrame.h"
@@ -32,6 +33,7 @@
 #include "System.h"
 
 #include <QApplication>
+#include <QCheckBox>
 #include <QComboBox>
 #include <QFile>
 #include <QImage>
@@ -121,6 +123,8 @@ private Q_SLOTS:
     void doubleClickInTheHierarchyTreeNavigatesAndSelects();
     void needToShowInHierarchyViewShowsTheHierarchyTab();
     void needToShowInLibraryViewSelectsTheGroup();
+    void searchTabSearchesTheHierarchyOfTheRoot();
+    void searchJumpsReachTheirPanes();
     void stepButtonsFollowTheView();
     void editModeSwapsTheUndoStack();
     void libraryEditorKeepsTheEditButtonChecked();
@@ -172,10 +176,18 @@ void tst_BlockEditorView::formHasTheWidgetTree()
     QCOMPARE(verticalTab->tabPosition(), QTabWidget::North);
     QCOMPARE(verticalTab->tabText(verticalTab->indexOf(child<QWidget>(&editor, "hierarchyTab"))), QStringLiteral("Hierarchie"));
     QCOMPARE(verticalTab->tabText(verticalTab->indexOf(child<QWidget>(&editor, "libraryTab"))), QStringLiteral("Bibliothek"));
+    QCOMPARE(verticalTab->tabText(verticalTab->indexOf(child<QWidget>(&editor, "searchTab"))), QStringLiteral("Baustein suchen"));
     QCOMPARE(verticalTab->tabText(verticalTab->indexOf(child<QWidget>(&editor, "signalLabelTab"))), QStringLiteral("Signalnamen"));
     // Pages come in the persisted order, also while some of them are still missing.
     QVERIFY(verticalTab->indexOf(child<QWidget>(&editor, "hierarchyTab")) < verticalTab->indexOf(child<QWidget>(&editor, "libraryTab")));
-    QVERIFY(verticalTab->indexOf(child<QWidget>(&editor, "libraryTab")) < verticalTab->indexOf(child<QWidget>(&editor, "signalLabelTab")));
+    QVERIFY(verticalTab->indexOf(child<QWidget>(&editor, "libraryTab")) < verticalTab->indexOf(child<QWidget>(&editor, "searchTab")));
+    QVERIFY(verticalTab->indexOf(child<QWidget>(&editor, "searchTab")) < verticalTab->indexOf(child<QWidget>(&editor, "signalLabelTab")));
+    auto* searchLayout = qobject_cast<QVBoxLayout*>(child<QWidget>(&editor, "searchTab")->layout());
+    QVERIFY(searchLayout);
+    QCOMPARE(searchLayout->objectName(), QStringLiteral("verticalLayout_7"));
+    QCOMPARE(searchLayout->spacing(), 0);
+    QCOMPARE(searchLayout->contentsMargins(), QMargins(0, 0, 0, 0));
+    QCOMPARE(searchLayout->indexOf(child<BlockSearchView>(&editor, "blockSearchView")), 0);
     QVERIFY(child<HierarchyView>(&editor, "hierarchyView"));
     QCOMPARE(child<HierarchyView>(&editor, "hierarchyView")->minimumSize(), QSize(50, 0));
     auto* library = child<BlockLibraryView>(&editor, "blockLibraryView");
@@ -400,7 +412,7 @@ void tst_BlockEditorView::storedTabIndexCountsThePagesInTheirOrder()
     {
         int stored;
         const char* page;
-    } rows[] = {{0, "hierarchyTab"}, {1, "libraryTab"}, {3, "signalLabelTab"}};
+    } rows[] = {{0, "hierarchyTab"}, {1, "libraryTab"}, {2, "searchTab"}, {3, "signalLabelTab"}};
     for (const auto& row : rows) {
         {
             QSettings settings(kOrganisation, kApplication);
@@ -410,7 +422,7 @@ void tst_BlockEditorView::storedTabIndexCountsThePagesInTheirOrder()
         QCOMPARE(child<QTabWidget>(&editor, "verticalTab")->currentWidget(), child<QWidget>(&editor, row.page));
     }
     // The index of a page that this build lacks, or of none at all, leaves the first page.
-    for (int stored : {2, 4, 17, -1}) {
+    for (int stored : {4, 17, -1}) {
         {
             QSettings settings(kOrganisation, kApplication);
             settings.setValue(QStringLiteral("config/verticalTabIndex"), stored);
@@ -1122,6 +1134,74 @@ void tst_BlockEditorView::overviewButtonShowsTheMinimapInTheCorner()
     overview->setChecked(true);
     QCOMPARE(editor.findChildren<OverviewFrame*>().size(), 1);
     QVERIFY(frame->isVisible());
+}
+
+void tst_BlockEditorView::searchTabSearchesTheHierarchyOfTheRoot()
+{
+    BlockInstance* gate = ModelBuilder::place(m_model->rootCode(), ModelBuilder::newest(m_model->block(QStringLiteral("StandardBlock_1"))), {0, 0});
+    gate->setName(QStringLiteral("Torsteuerung"));
+    BlockEditorView editor;
+    auto* search = child<BlockSearchView>(&editor, "blockSearchView");
+    QVERIFY(search);
+    auto* hits = search->findChild<QTreeWidget*>();
+    QVERIFY(hits);
+    auto runSearch = [&] {
+        child<QCheckBox>(search, "inLibraryCheckBox")->setChecked(false);
+        child<QLineEdit>(search, "searchTextEdit")->setText(QStringLiteral("und"));
+        child<QPushButton>(search, "startButton")->click();
+    };
+    // Before a root the search has no hierarchy.
+    runSearch();
+    QCOMPARE(hits->topLevelItemCount(), 0);
+    editor.setRoot(m_model->area());
+    runSearch();
+    QCOMPARE(hits->topLevelItemCount(), 1);
+    QCOMPARE(hits->topLevelItem(0)->text(0), QStringLiteral("Hierarchie"));
+    QVERIFY(hits->topLevelItem(0)->childCount() >= 1);
+}
+
+void tst_BlockEditorView::searchJumpsReachTheirPanes()
+{
+    BlockInstance* regler = ModelBuilder::place(m_model->rootCode(), ModelBuilder::newest(m_model->block(QStringLiteral("StandardBlock_20"))), {0, 0});
+    BlockInstanceHierarchyNode* reglerNode = m_model->area()->hierarchy()->rootNode()->instanceNode(regler->identifier());
+    QVERIFY(reglerNode);
+    QVERIFY(!reglerNode->instanceNodes().isEmpty());
+    const QString path = reglerNode->instanceNode(uint(reglerNode->instanceNodes().first()))->locationPath();
+    Block* block = ModelBuilder::composite(m_model->user()->library(), QStringLiteral("UserBlock_7"), QStringLiteral("Innen"),
+                                           {{QStringLiteral("E")}}, {{QStringLiteral("A")}});
+    block->setUserBlock(true);
+    BlockEditorView editor;
+    editor.setRoot(m_model->area());
+    editor.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&editor));
+    auto* search = child<BlockSearchView>(&editor, "blockSearchView");
+    auto* tabs = child<QTabWidget>(&editor, "verticalTab");
+
+    tabs->setCurrentWidget(child<QWidget>(&editor, "searchTab"));
+    QVERIFY(editor.currentPath() != reglerNode->locationPath());
+    // The code shows the level that holds the hit.
+    Q_EMIT search->needToShowInCode(path);
+    QCOMPARE(editor.currentPath(), reglerNode->locationPath());
+    QCOMPARE(tabs->currentWidget(), child<QWidget>(&editor, "searchTab"));
+
+    QVERIFY(!button(&editor, "verticalButton")->isChecked());
+    auto* hierarchy = child<HierarchyView>(&editor, "hierarchyView");
+    auto* tree = hierarchy->findChild<QTreeWidget*>();
+    QVERIFY(tree);
+    Q_EMIT search->needToShowInHierarchy(path);
+    QCOMPARE(tabs->currentWidget(), child<QWidget>(&editor, "hierarchyTab"));
+    QVERIFY(button(&editor, "verticalButton")->isChecked());
+    QTRY_VERIFY(tree->currentItem());
+    QCOMPARE(tree->currentItem()->data(0, Qt::UserRole).value<ItemPath>(),
+             (ItemPath{0, regler->identifier(), uint(reglerNode->instanceNodes().first())}));
+
+    tabs->setCurrentWidget(child<QWidget>(&editor, "searchTab"));
+    auto* groups = child<BlockGroupsWidget>(&editor, "blockGroupsWidget");
+    groups->update();
+    groups->setCurrentItem(nullptr);
+    Q_EMIT search->needToShowInLibrary(ModelBuilder::newest(block));
+    QCOMPARE(tabs->currentWidget(), child<QWidget>(&editor, "libraryTab"));
+    QVERIFY(groups->currentItem());
 }
 
 ZK_TEST_REGISTER(tst_BlockEditorView)

@@ -3,7 +3,7 @@
 set -euo pipefail
 packages=(cmake ninja-build g++ pkg-config python3 ccache
           qt6-base-dev qt6-base-dev-tools qt6-svg-dev qt6-tools-dev qt6-l10n-tools
-          qt6-image-formats-plugins libgl-dev libxkbcommon-dev fonts-dejavu-core "$@")
+          qt6-image-formats-plugins libgl-dev libxkbcommon-dev fonts-dejavu-core xvfb "$@")
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

@@ -33,11 +33,12 @@ PasteCommand::PasteCommand(BlockDefinitionScene* scene, QUndoCommand* parent)
     , m_scene(scene)
     , m_data(new QMimeData)
 {
-    // A copy of every format: the clipboard's object is not ours and can be replaced at any time.
+    // A copy, as the clipboard's object is not ours and can be replaced at any time. Only the code's
+    // own format is taken: another program may offer a picture in a dozen formats, each of which
+    // would be fetched across processes for nothing.
     if (const QMimeData* clipboard = QGuiApplication::clipboard()->mimeData(QClipboard::Clipboard)) {
-        const QStringList formats = clipboard->formats();
-        for (const QString& format : formats)
-            m_data->setData(format, clipboard->data(format));
+        if (clipboard->hasFormat(BlockCode::TransferMimeType))
+            m_data->setData(BlockCode::TransferMimeType, clipboard->data(BlockCode::TransferMimeType));
     }
 }
 

@@ -65,6 +65,7 @@ private Q_SLOTS:
     void snapshotOfSelectedBlocks();
     void blocksComeBackUnderTheirIdentifiers();
     void localBlockComesBackIntoTheLibrary();
+    void localBlockStillInUseTakesTheSnapshot();
     void connectionSelectedWithBlocksIsNotKeptByItself();
     void connectionsAloneAreKeptByTheirEnds();
     void definitionWithoutLocalLibraryCannotBringBlocksBack();
@@ -278,6 +279,30 @@ void tst_DeleteCommand::localBlockComesBackIntoTheLibrary()
     QVERIFY(m_code->instance(localId));
     QCOMPARE(m_code->instance(localId)->block(), back);
     QVERIFY(s->blockItemOf(m_code->instance(localId)));
+}
+
+void tst_DeleteCommand::localBlockStillInUseTakesTheSnapshot()
+{
+    BlockDefinitionScene* s = scene();
+    BlockLibrary* library = m_code->definition()->localBlockLibrary();
+    const unsigned int localId = m_local->identifier();
+    const unsigned int otherId = ModelBuilder::place(m_code, ModelBuilder::newest(m_localBlock), {60, 30})->identifier();
+    s->rebuild();
+    const QByteArray contents = m_localBlock->saveContents();
+    item(m_local)->setSelected(true);
+    QVERIFY(s->deleteSelectedItems());
+    QVERIFY(library->block(QStringLiteral("LocalBlock_1")));
+
+    s->undoStack()->undo();
+    // The block that comes back takes the place of the one still there, and the instance that
+    // stayed moves over to it.
+    Block* back = library->block(QStringLiteral("LocalBlock_1"));
+    QVERIFY(back);
+    QCOMPARE(back->saveContents(), contents);
+    QCOMPARE(m_code->instance(localId)->block(), back);
+    QCOMPARE(m_code->instance(otherId)->block(), back);
+    QCOMPARE(library->blocks().size(), 1);
+    QVERIFY(s->blockItemOf(m_code->instance(otherId)));
 }
 
 void tst_DeleteCommand::connectionSelectedWithBlocksIsNotKeptByItself()

@@ -146,6 +146,8 @@ private Q_SLOTS:
     void cutAndDeleteEntriesFollowTheEditMode();
     void cutAndDeleteEntriesOfAHierarchyScene();
     void pasteEntryTurnsOnEditModeAndPastes();
+    void blockEntriesOfADefinitionScene_data();
+    void blockEntriesOfADefinitionScene();
     void pinEntries();
     void connectionEntries();
     void removingTheConnectionBypassesTheUndoStack();
@@ -721,6 +723,57 @@ void tst_BlockCodeViewMenu::pasteEntryTurnsOnEditModeAndPastes()
     QVERIFY(!scene->isReadOnly());
     QCOMPARE(m_code->instances().size(), before + 1);
     QCOMPARE(scene->undoStack()->text(0), QStringLiteral("Paste items"));
+}
+
+void tst_BlockCodeViewMenu::blockEntriesOfADefinitionScene_data()
+{
+    // The whole list of a block's entries, separators as "|", the block item's own entries in the
+    // middle as "*".
+    QTest::addColumn<QString>("which");
+    QTest::addColumn<QStringList>("entries");
+    QTest::newRow("standard block")
+        << QStringLiteral("standard")
+        << QStringList{QStringLiteral("|"), QStringLiteral("Öffnen"), QStringLiteral("|"), QStringLiteral("*"),
+                       QStringLiteral("|"), ShowInHierarchy, ShowInLibrary, QStringLiteral("|"),
+                       QStringLiteral("Baustein kopieren"), QStringLiteral("Baustein ausschneiden"), QStringLiteral("Baustein löschen")};
+    QTest::newRow("local block")
+        << QStringLiteral("local")
+        << QStringList{QStringLiteral("|"), QStringLiteral("Öffnen"), QStringLiteral("|"), QStringLiteral("*"),
+                       QStringLiteral("|"), ShowInHierarchy, QStringLiteral("|"), Bind, QStringLiteral("|"),
+                       QStringLiteral("Baustein kopieren"), QStringLiteral("Baustein ausschneiden"), QStringLiteral("Baustein löschen")};
+    QTest::newRow("block of a user library")
+        << QStringLiteral("user")
+        << QStringList{QStringLiteral("|"), QStringLiteral("Öffnen"), QStringLiteral("|"), QStringLiteral("*"),
+                       QStringLiteral("|"), ShowInHierarchy, ShowInLibrary, QStringLiteral("|"), Convert,
+                       QStringLiteral("|"), NewVersion, QStringLiteral("|"), QStringLiteral("Baustein kopieren"), QStringLiteral("Baustein ausschneiden"), QStringLiteral("Baustein löschen")};
+}
+
+void tst_BlockCodeViewMenu::blockEntriesOfADefinitionScene()
+{
+    QFETCH(QString, which);
+    QFETCH(QStringList, entries);
+    BlockInstance* target = m_not;
+    if (which == QLatin1String("local")) {
+        m_not->unbindBlock();
+    } else if (which == QLatin1String("user")) {
+        Block* user = ModelBuilder::primitive(m_model->user()->library(), QStringLiteral("UserBlock_7"),
+                                              QStringLiteral("EIGEN"), {{QStringLiteral("E")}}, {{QStringLiteral("A")}});
+        target = ModelBuilder::place(m_code, ModelBuilder::newest(user), {60, 10});
+    }
+    BlockDefinitionScene* scene = BlockDefinitionScene::forCode(m_code);
+    show(scene);
+    QMenu own;
+    scene->blockItem(target->identifier())->addContextMenuActions(&own);
+    const QStringList ownEntries = actionTextsWithSeparators(&own);
+    QVERIFY(!ownEntries.isEmpty());
+    const qsizetype at = entries.indexOf(QStringLiteral("*"));
+    entries.removeAt(at);
+    for (qsizetype i = 0; i < ownEntries.size(); ++i)
+        entries.insert(at + i, ownEntries.at(i));
+    // Cutting and deleting follow the copy entry once the scene can push their command.
+    BlockCodeViewMenu menu(m_view.get());
+    prepareAt(menu, centreOf(target));
+    QCOMPARE(actionTextsWithSeparators(&menu), entries);
 }
 
 void tst_BlockCodeViewMenu::pinEntries()

@@ -8,6 +8,9 @@
 #include "BlockDefinition.h"
 #include "BlockDefinitionScene.h"
 #include "BlockInstance.h"
+#include "BlockInstanceArea.h"
+#include "BlockInstanceHierarchy.h"
+#include "BlockInstanceHierarchyNode.h"
 #include "BlockItem.h"
 #include "BlockLibrary.h"
 #include "CreateBlockCommand.h"
@@ -44,6 +47,8 @@ private Q_SLOTS:
     void undoOfAnItemAlreadyRemovedIsHarmless();
     void newParameterDefinitionBlock();
     void newParameterDefinitionTakesTheFirstFreeCoordinate();
+    void newParameterDefinitionLivesWhereTheNodeIs_data();
+    void newParameterDefinitionLivesWhereTheNodeIs();
     void cancelledParameterDefinitionTakesTheBlockAway();
     void readOnlySceneMakesNoParameterDefinition();
 
@@ -237,6 +242,35 @@ void tst_CreateBlockCommand::newParameterDefinitionTakesTheFirstFreeCoordinate()
     QVERIFY(parameter);
     QVERIFY(!parameter->defaultCoordinates().isEmpty());
     QCOMPARE(parameter->defaultCoordinates().first().toText().toLatin1(), s->findFreeParameterCoordinate());
+}
+
+void tst_CreateBlockCommand::newParameterDefinitionLivesWhereTheNodeIs_data()
+{
+    QTest::addColumn<QString>("node");
+    QTest::addColumn<QByteArray>("livingSpace");
+    QTest::newRow("no node") << QString() << QByteArray("axis");
+    QTest::newRow("node of an axis") << QStringLiteral("axis") << QByteArray("axis");
+    // The area of first number 0 holds the parameters of the whole device.
+    QTest::newRow("node of the global area") << QStringLiteral("global") << QByteArray("global");
+}
+
+void tst_CreateBlockCommand::newParameterDefinitionLivesWhereTheNodeIs()
+{
+    QFETCH(QString, node);
+    QFETCH(QByteArray, livingSpace);
+    BlockDefinitionScene* s = scene();
+    if (!node.isEmpty()) {
+        BlockInstanceArea* area = node == QLatin1String("global") ? m_model->globalArea() : m_model->area();
+        QCOMPARE(area->firstNumber() == 0, node == QLatin1String("global"));
+        s->setHierarchyNode(area->hierarchy()->rootNode());
+        s->setReadOnly(false);
+    }
+    QVERIFY(withDialog(true, [&] { s->createNewLocalParameterDefinition(QPointF(40000, 20000)); }));
+    BlockInstance* placed = instanceAt(QPointF(40, 20));
+    QVERIFY(placed);
+    ParameterDefinition* parameter = placed->blockDefinition()->parameterDefinition(0, 0);
+    QVERIFY(parameter);
+    QCOMPARE(parameter->livingSpace(), livingSpace);
 }
 
 void tst_CreateBlockCommand::cancelledParameterDefinitionTakesTheBlockAway()

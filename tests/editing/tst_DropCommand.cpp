@@ -75,6 +75,7 @@ private Q_SLOTS:
     void redoOfAnUndoneReplacementPlacesANewBlockBeside();
     void dropOnABlockAnsweredNoLeavesAnEntryThatDoesNothing();
     void dropWithoutDefinitionLeavesAnEntryThatDoesNothing();
+    void dropFromTheBookmarksPlacesTheBlock();
     void failedReplacementShowsAMessage();
     void definitionDeletedAfterTheDrop();
 
@@ -227,6 +228,29 @@ void tst_DropCommand::dropWithoutDefinitionLeavesAnEntryThatDoesNothing()
     s->undoStack()->redo();
     QCOMPARE(wholeText(m_code), text);
     QCOMPARE(static_cast<const DropCommand*>(s->undoStack()->command(0))->instanceIdentifier(), 0u);
+}
+
+void tst_DropCommand::dropFromTheBookmarksPlacesTheBlock()
+{
+    // A favourite carries its own identifier beside the block's; the scene reads only the block's.
+    BlockDefinitionScene* s = scene();
+    QMimeData data;
+    data.setData(QStringLiteral("zk6/blockbookmarkidentifier"), "{1234};StandardBlock_2;0");
+    data.setData(DefinitionMime, "StandardBlock_3;0");
+    QCOMPARE(sendSceneDrag(s, QEvent::GraphicsSceneDrop, &data, QPointF(60000, 40000), Qt::CopyAction | Qt::LinkAction),
+             Qt::LinkAction);
+    BlockInstance* placed = instanceAt(QPointF(60, 40));
+    QVERIFY(placed);
+    QCOMPARE(placed->block()->identifier(), QStringLiteral("StandardBlock_3"));
+    QCOMPARE(s->undoStack()->count(), 1);
+
+    // The bookmark's format alone names no block: an entry that does nothing.
+    QMimeData bookmarkOnly;
+    bookmarkOnly.setData(QStringLiteral("zk6/blockbookmarkidentifier"), "{1234};StandardBlock_2;0");
+    const QByteArray text = wholeText(m_code);
+    sendSceneDrag(s, QEvent::GraphicsSceneDrop, &bookmarkOnly, QPointF(80000, 40000), Qt::CopyAction | Qt::LinkAction);
+    QCOMPARE(wholeText(m_code), text);
+    QCOMPARE(s->undoStack()->count(), 2);
 }
 
 void tst_DropCommand::failedReplacementShowsAMessage()

@@ -1,7 +1,7 @@
 // Costs of the block search panel: a search in the libraries and in the hierarchy of the open area,
 // from the click on "Suche starten" to the filled and sorted result tree. The floor is the same walk
 // over the same model objects with plain `QString::contains` on the same texts, its hits put as
-// plain rows into a bare sorted QTreeWidget of four columns.
+// plain rows into a bare sorted QTreeWidget of four columns; both clear the hits of the run before.
 //   QT_QPA_PLATFORM=offscreen ./build/bench/bench_search [runs]
 #include "BenchTable.h"
 
@@ -223,9 +223,11 @@ int main(int argc, char** argv)
         });
         const int hits = hitCount(results);
 
-        std::unique_ptr<QTreeWidget> plain;
+        // Both clear the hits of the run before, as a new search does.
+        std::unique_ptr<QTreeWidget> plain = plainTree();
         int plainHits = 0;
-        const BenchResult floor = measure(runs, [&] { plain = plainTree(); }, [&] {
+        const BenchResult floor = measure(runs, nullptr, [&] {
+            plain->clear();
             plainHits = c.libraries ? plainLibrarySearch(plain.get(), c.text) : plainHierarchySearch(plain.get(), fixture.area, c.text);
             QCoreApplication::processEvents();
         });

@@ -132,6 +132,10 @@ void BlockSearchResultWidgetPrivate::setup()
 
 void BlockSearchResultWidgetPrivate::clearResults()
 {
+    qDeleteAll(pendingHierarchyRows);
+    qDeleteAll(pendingLibraryRows);
+    pendingHierarchyRows.clear();
+    pendingLibraryRows.clear();
     QTreeWidget::clear();
     hierarchySection = nullptr;
     librarySection = nullptr;
@@ -208,7 +212,10 @@ void BlockSearchResultWidgetPrivate::insertHierarchyItem(BlockInstanceHierarchyN
         row->setIcon(0, iconOf(definition));
         setStar(row, definition);
     }
-    section(hierarchySection, BlockSearchResultWidget::tr("Hierarchie"))->addChild(row);
+    if (collecting)
+        pendingHierarchyRows.append(row);
+    else
+        section(hierarchySection, BlockSearchResultWidget::tr("Hierarchie"))->addChild(row);
 }
 
 void BlockSearchResultWidgetPrivate::insertLibraryItem(BlockDefinition* pBlockDefinition)
@@ -227,7 +234,26 @@ void BlockSearchResultWidgetPrivate::insertLibraryItem(BlockDefinition* pBlockDe
     row->setData(1, Qt::DisplayRole, numberOrIdentifier(block));
     row->setData(2, Qt::DisplayRole, pBlockDefinition->version());
     setStar(row, pBlockDefinition);
-    section(librarySection, BlockSearchResultWidget::tr("Bibliothek"))->addChild(row);
+    if (collecting)
+        pendingLibraryRows.append(row);
+    else
+        section(librarySection, BlockSearchResultWidget::tr("Bibliothek"))->addChild(row);
+}
+
+void BlockSearchResultWidgetPrivate::beginCollecting()
+{
+    collecting = true;
+}
+
+void BlockSearchResultWidgetPrivate::endCollecting()
+{
+    collecting = false;
+    if (!pendingHierarchyRows.isEmpty())
+        section(hierarchySection, BlockSearchResultWidget::tr("Hierarchie"))->addChildren(pendingHierarchyRows);
+    if (!pendingLibraryRows.isEmpty())
+        section(librarySection, BlockSearchResultWidget::tr("Bibliothek"))->addChildren(pendingLibraryRows);
+    pendingHierarchyRows.clear();
+    pendingLibraryRows.clear();
 }
 
 BlockInstanceHierarchyNode* BlockSearchResultWidgetPrivate::validNode(const QTreeWidgetItem* pItem) const

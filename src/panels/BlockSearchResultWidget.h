@@ -41,5 +41,6 @@ public Q_SLOTS:
 
 private:
     friend class BlockSearchResultWidgetPrivate;
+    friend class BlockSearchViewPrivate;
     QScopedPointer<BlockSearchResultWidgetPrivate> d;
 };

@@ -36,6 +36,10 @@ public:
     // The row's own definition, or else that of its valid node's instance.
     BlockDefinition* definitionOfRow(const QTreeWidgetItem* pItem) const;
     void refreshStars();
+    // While a search runs, its rows are kept aside and join their sections in one insertion at
+    // the end: a sorted tree would otherwise take each row as an insertion of its own.
+    void beginCollecting();
+    void endCollecting();
 
     QTreeWidgetItem* hierarchySection = nullptr;
     QTreeWidgetItem* librarySection = nullptr;
@@ -76,6 +80,9 @@ private:
     QSet<const void*> hierarchyHits;
     QHash<const void*, QPointer<BlockDefinition>> libraryHits;
     QHash<const void*, QIcon> icons;
+    bool collecting = false;
+    QList<QTreeWidgetItem*> pendingHierarchyRows;
+    QList<QTreeWidgetItem*> pendingLibraryRows;
     const QIcon starIcon;
     const QIcon starEmptyIcon;
     const QIcon defaultIcon;

@@ -319,6 +319,7 @@ private Q_SLOTS:
     void goneNodeShowsMessage_data();
     void goneNodeShowsMessage();
     void goneAreaMakesEveryNodeInvalid();
+    void goneDefinitionIsNeverTouched();
     void contextMenuEntries();
     void contextMenuJumps();
     void noContextMenuWithoutCurrentRow();
@@ -1024,6 +1025,50 @@ void tst_BlockSearchView::goneAreaMakesEveryNodeInvalid()
     tree->onItemDoubleClicked(row, 0);
     QVERIFY(*answered);
     QCOMPARE(code.size(), 0);
+}
+
+void tst_BlockSearchView::goneDefinitionIsNeverTouched()
+{
+    Block* block = ModelBuilder::primitive(m->standard->library(), QStringLiteral("StandardBlock_50"), QStringLiteral("Vergaenglich"),
+                                           {{QStringLiteral("E")}}, {{QStringLiteral("A")}});
+    BlockSearchView view;
+    view.setBlockInstanceRoot(m->area);
+    view.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&view));
+    QSignalSpy library(&view, &BlockSearchView::needToShowInLibrary);
+    QSignalSpy asked(&BlockRepository::instance(), &BlockRepository::helpRequested);
+    search(view, QStringLiteral("vergaenglich"), onlyNames());
+    BlockSearchResultWidgetPrivate* tree = treeOf(view);
+    QTreeWidgetItem* row = hitRow(tree, QStringLiteral("Bibliothek"), QStringLiteral("Vergaenglich"));
+    QVERIFY(row);
+    tree->setCurrentItem(row);
+    block->deleteDefinition(0);
+    QVERIFY(block->versions().isEmpty());
+
+    QVERIFY(!tree->definitionOfRow(row));
+    tree->onItemDoubleClicked(row, 0);
+    tree->showCurrentBlockInLibraryView();
+    tree->blockItemClicked(row, 3);
+    tree->addBlockToBookmark();
+    bookmarks->addBookmark(SearchModel::def(m->andBlock));
+    QCOMPARE(library.size(), 0);
+    QCOMPARE(bookmarks->added, 1);
+    QCOMPARE(bookmarks->removed, 0);
+    QKeyEvent press(QEvent::KeyPress, Qt::Key_F1, Qt::NoModifier);
+    QApplication::sendEvent(child<BlockSearchResultWidget>(&view, "blockSearchResultWidget"), &press);
+    QCOMPARE(asked.size(), 1);
+    QCOMPARE(asked.first().first().toString(), QString());
+    closeHelpWindow();
+
+    // Nor is it dragged.
+    const QPoint start = tree->visualItemRect(row).center();
+    QTest::mousePress(tree->viewport(), Qt::LeftButton, Qt::NoModifier, start);
+    const QPoint far = start + QPoint(QApplication::startDragDistance() + 2, 0);
+    QMouseEvent move(QEvent::MouseMove, QPointF(far), tree->viewport()->mapToGlobal(QPointF(far)), Qt::NoButton, Qt::LeftButton,
+                     Qt::NoModifier);
+    QApplication::sendEvent(tree->viewport(), &move);
+    QVERIFY(!tree->findChild<QDrag*>());
+    QTest::mouseRelease(tree->viewport(), Qt::LeftButton, Qt::NoModifier, far);
 }
 
 void tst_BlockSearchView::contextMenuEntries()

@@ -11,6 +11,7 @@
 #include "BlockLibraryContainer.h"
 #include "BlockRepository.h"
 #include "BlocksWidget.h"
+#include "LibraryBlockDefinitionSubWindow.h"
 #include "LanguageManager.h"
 #include "ModelBuilder.h"
 #include "System.h"
@@ -22,6 +23,10 @@
 #include <QFileDialog>
 #include <QHeaderView>
 #include <QKeyEvent>
+#include <QLineEdit>
+#include <QMainWindow>
+#include <QMdiArea>
+#include <QMdiSubWindow>
 #include <QMenu>
 #include <QMessageBox>
 #include <QMimeData>
@@ -168,6 +173,9 @@ private Q_SLOTS:
     void dragCarriesPayloadAndPicture();
     void doubleClickDoesNothing();
     void helpKeyAsksForTheRowsBlock();
+    void propertiesFollowWritability_data();
+    void propertiesFollowWritability();
+    void showSelectedBlockCodeActivatesTheSubWindow();
     void graphicExportOnlyForTopLevel_data();
     void graphicExportOnlyForTopLevel();
 
@@ -216,6 +224,7 @@ void tst_BlocksWidget::init()
 
 void tst_BlocksWidget::cleanup()
 {
+    System::instance().setMainWindow(nullptr);
     closeHelpWindow();
     favourites.reset();
     repository().clear();
@@ -979,6 +988,70 @@ void tst_BlocksWidget::helpKeyAsksForTheRowsBlock()
     QVERIFY(!sendKey(widget, Qt::Key_A));
     QEvent other(QEvent::FocusIn);
     QVERIFY(!static_cast<QObject*>(&widget)->eventFilter(&widget, &other));
+}
+
+void tst_BlocksWidget::propertiesFollowWritability_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("identifier");
+    QTest::addColumn<bool>("readOnly");
+    QTest::newRow("standard block") << QStringLiteral("1") << QStringLiteral("StandardBlock_1") << true;
+    QTest::newRow("user block") << QStringLiteral("Eigene") << QStringLiteral("UserBlock_2") << false;
+}
+
+void tst_BlocksWidget::propertiesFollowWritability()
+{
+    QFETCH(QString, path);
+    QFETCH(QString, identifier);
+    QFETCH(bool, readOnly);
+    BlocksWidget widget;
+    prepare(widget);
+    widget.updatePath(path);
+    widget.selectBlock(identifier, 0);
+    QVERIFY(widget.currentItem());
+    bool shownReadOnly = !readOnly;
+    QString name;
+    auto answered = answerNextModal([&shownReadOnly, &name](QDialog* dialog) {
+        if (auto* edit = dialog->findChild<QLineEdit*>(QStringLiteral("nameGermanEdit"))) {
+            shownReadOnly = edit->isReadOnly();
+            name = edit->text();
+        }
+        dialog->reject();
+    });
+    widget.showSelectedBlockProperties();
+    QVERIFY(*answered);
+    QCOMPARE(shownReadOnly, readOnly);
+    QCOMPARE(name, repository().block(identifier)->name().text(LanguageManager::German));
+}
+
+void tst_BlocksWidget::showSelectedBlockCodeActivatesTheSubWindow()
+{
+    QMainWindow mainWindow;
+    auto* area = new QMdiArea;
+    area->setObjectName(QStringLiteral("mdiArea"));
+    mainWindow.setCentralWidget(area);
+    mainWindow.resize(800, 600);
+    mainWindow.show();
+    System::instance().setMainWindow(&mainWindow);
+    BlocksWidget widget;
+    prepare(widget);
+    widget.updatePath(QStringLiteral("Eigene"));
+    // Without a row nothing opens.
+    widget.setCurrentItem(nullptr);
+    widget.showSelectedBlockCode();
+    QVERIFY(area->subWindowList().isEmpty());
+    for (unsigned int version : {1u, 2u}) {
+        widget.selectBlock(QStringLiteral("UserBlock_1"), version);
+        widget.showSelectedBlockCode();
+        LibraryBlockDefinitionSubWindow* window = counter->blockDefinition(version)->editSubWindow();
+        QVERIFY(window);
+        QVERIFY(window->isVisible());
+        QCOMPARE(area->activeSubWindow(), window);
+    }
+    QCOMPARE(area->subWindowList().size(), 2);
+    System::instance().setMainWindow(nullptr);
+    for (QMdiSubWindow* window : area->subWindowList())
+        window->close();
 }
 
 void tst_BlocksWidget::graphicExportOnlyForTopLevel_data()

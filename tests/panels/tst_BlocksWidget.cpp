@@ -144,6 +144,7 @@ private Q_SLOTS:
     void containerWithoutVisibleBlocksGivesEmptyList();
     void currentLibraryStaysAfterGroupSelected();
     void sameDefinitionCountDoesNotRefresh();
+    void oneChangeIsOneFill();
     void onlyVisibleVersionsAppear();
     void templateRowsNeverAppear_data();
     void templateRowsNeverAppear();
@@ -426,6 +427,19 @@ void tst_BlocksWidget::sameDefinitionCountDoesNotRefresh()
     // Another count does.
     filter->createDefinition(1);
     QVERIFY(names(widget).contains(QStringLiteral("Tiefpass v1")));
+}
+
+void tst_BlocksWidget::oneChangeIsOneFill()
+{
+    BlocksWidget widget;
+    prepare(widget);
+    widget.updatePath(QStringLiteral("Eigene"));
+    // The repository reports the library's change as one of the groups, and the library reports it
+    // itself: the list fills once, in one insertion.
+    QSignalSpy inserted(widget.model(), &QAbstractItemModel::rowsInserted);
+    counter->createDefinition(3);
+    QCOMPARE(inserted.count(), 1);
+    QCOMPARE(widget.topLevelItemCount(), 5);
 }
 
 void tst_BlocksWidget::onlyVisibleVersionsAppear()

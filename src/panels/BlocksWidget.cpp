@@ -134,9 +134,12 @@ void BlocksWidget::setFavourites(BlockFavourites* pFavourites)
     if (m_favourites)
         disconnect(m_favourites, &BlockFavourites::changed, this, &BlocksWidget::update);
     m_favourites = pFavourites;
-    if (m_favourites && m_repository)
-        connect(m_favourites, &BlockFavourites::changed, this, &BlocksWidget::update, Qt::UniqueConnection);
-    update();
+    // Before setup the list is empty and stays so; after it, the stars are redrawn.
+    if (m_repository) {
+        if (m_favourites)
+            connect(m_favourites, &BlockFavourites::changed, this, &BlocksWidget::update, Qt::UniqueConnection);
+        update();
+    }
 }
 
 BlockFavourites* BlocksWidget::favourites() const

@@ -134,6 +134,7 @@ private Q_SLOTS:
     void cleanup();
 
     void construction();
+    void favouritesBeforeSetupFillNothing();
     void setupPreparesList();
     void rowsOfAGroup();
     void rowDataSitsInTheVersionColumn();
@@ -259,6 +260,32 @@ void tst_BlocksWidget::construction()
     QCOMPARE(widget.topLevelItemCount(), 0);
     QVERIFY(widget.currentPath().isEmpty());
     QCOMPARE(BlocksWidget::MimeType, QStringLiteral("zk6/blockdefinitionidentifier"));
+}
+
+void tst_BlocksWidget::favouritesBeforeSetupFillNothing()
+{
+    BlocksWidget widget;
+    widget.setFavourites(favourites.get());
+    QCOMPARE(widget.favourites(), favourites.get());
+    QCOMPARE(widget.topLevelItemCount(), 0);
+    widget.setup();
+    widget.updatePath(QStringLiteral("Eigene"));
+    // Connected by setup: a change of the favourites refills.
+    widget.setCurrentItem(widget.topLevelItem(0));
+    Q_EMIT favourites->changed();
+    QVERIFY(!widget.currentItem());
+
+    // A keeper handed over later redraws the stars at once.
+    TestFavourites other;
+    other.entries.append(filter->blockDefinition(0));
+    widget.setFavourites(&other);
+    const QImage star = QIcon(QStringLiteral(":/Resources/star.png")).pixmap(16).toImage();
+    QCOMPARE(rowOf(widget, filter->blockDefinition(0))->icon(3).pixmap(16).toImage(), star);
+    // The old keeper is no longer heard.
+    widget.setCurrentItem(widget.topLevelItem(0));
+    Q_EMIT favourites->changed();
+    QVERIFY(widget.currentItem());
+    widget.setFavourites(nullptr);
 }
 
 void tst_BlocksWidget::setupPreparesList()

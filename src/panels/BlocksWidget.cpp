@@ -13,6 +13,7 @@
 #include "System.h"
 
 #include <QAction>
+#include <QPair>
 #include <QApplication>
 #include <QDrag>
 #include <QFileDialog>
@@ -28,16 +29,31 @@
 #include <QScopedPointer>
 #include <QTreeWidgetItem>
 
+#include <algorithm>
+
 const QString BlocksWidget::MimeType = QStringLiteral("zk6/blockdefinitionidentifier");
 
 namespace {
 
-QIcon listIcon(const BlockDefinition* definition)
+// Blocks of a library mostly share a few pictures, and many have none: each picture is decoded
+// once per fill.
+QIcon listIcon(const BlockDefinition* definition, QHash<QByteArray, QIcon>& decoded)
 {
+    const QByteArray bytes = definition->smallListImage();
+    auto it = decoded.constFind(bytes);
+    if (it != decoded.constEnd())
+        return it.value();
     QPixmap pixmap;
-    if (!pixmap.loadFromData(definition->smallListImage()))
+    if (!pixmap.loadFromData(bytes))
         pixmap.load(QStringLiteral(":/Resources/DefaultBlockIconSmall.png"));
-    return QIcon(pixmap);
+    return decoded.insert(bytes, QIcon(pixmap)).value();
+}
+
+const QIcon& starIcon(bool favourite)
+{
+    static const QIcon star(QStringLiteral(":/Resources/star.png"));
+    static const QIcon empty(QStringLiteral(":/Resources/starEmpty.png"));
+    return favourite ? star : empty;
 }
 
 // Numbers sort as numbers and print without padding; a block without one shows its identifier.
@@ -118,9 +134,12 @@ void BlocksWidget::setFavourites(BlockFavourites* pFavourites)
     if (m_favourites)
         disconnect(m_favourites, &BlockFavourites::changed, this, &BlocksWidget::update);
     m_favourites = pFavourites;
-    if (m_favourites && m_repository)
-        connect(m_favourites, &BlockFavourites::changed, this, &BlocksWidget::update, Qt::UniqueConnection);
-    update();
+    // Before setup the list is empty and stays so; after it, the stars are redrawn.
+    if (m_repository) {
+        if (m_favourites)
+            connect(m_favourites, &BlockFavourites::changed, this, &BlocksWidget::update, Qt::UniqueConnection);
+        update();
+    }
 }
 
 BlockFavourites* BlocksWidget::favourites() const
@@ -158,11 +177,11 @@ void BlocksWidget::update()
     updatePath(m_currentPath);
 }
 
-void BlocksWidget::addRow(BlockDefinition* definition)
+QTreeWidgetItem* BlocksWidget::makeRow(BlockDefinition* definition, QHash<QByteArray, QIcon>& icons) const
 {
     const Block* block = definition->block();
     auto* row = new QTreeWidgetItem;
-    row->setIcon(NameColumn, listIcon(definition));
+    row->setIcon(NameColumn, listIcon(definition, icons));
     row->setText(NameColumn, block->name().text());
     row->setToolTip(NameColumn, definition->toolTipText());
     row->setData(NumberColumn, Qt::DisplayRole, numberOf(block));
@@ -171,8 +190,8 @@ void BlocksWidget::addRow(BlockDefinition* definition)
     row->setData(VersionColumn, VersionRole, definition->version());
     row->setData(VersionColumn, DefinitionRole, QVariant::fromValue(static_cast<void*>(definition)));
     const bool favourite = m_favourites && m_favourites->isFavourite(definition);
-    row->setIcon(FavouriteColumn, QIcon(favourite ? QStringLiteral(":/Resources/star.png") : QStringLiteral(":/Resources/starEmpty.png")));
-    addTopLevelItem(row);
+    row->setIcon(FavouriteColumn, starIcon(favourite));
+    return row;
 }
 
 void BlocksWidget::updatePath(QString groupPath)
@@ -239,11 +258,31 @@ void BlocksWidget::updatePath(QString groupPath)
     // Sorting while filling would place each row by a search; one sort at the end is cheaper.
     const bool sorting = isSortingEnabled();
     setSortingEnabled(false);
+    // In the order the view's sort will give (by name as plain text, stable), so that its sort
+    // finds little to move.
+    QList<QPair<QString, BlockDefinition*>> byName;
+    byName.reserve(found.size());
     for (BlockDefinition* definition : std::as_const(found))
-        addRow(definition);
+        byName.append({definition->block()->name().text(), definition});
+    std::stable_sort(byName.begin(), byName.end(), [](const auto& left, const auto& right) { return left.first < right.first; });
+    found.clear();
+    for (const auto& entry : std::as_const(byName))
+        found.append(entry.second);
+
+    QHash<QByteArray, QIcon> icons;
+    QList<QTreeWidgetItem*> rows;
+    rows.reserve(found.size());
+    for (BlockDefinition* definition : std::as_const(found))
+        rows.append(makeRow(definition, icons));
+    addTopLevelItems(rows);
     m_currentPath = groupPath;
-    setSortingEnabled(sorting);
-    sortItems(NameColumn, Qt::AscendingOrder);
+    // Back to the name, sorted once: turning sorting on sorts by the header's indicator.
+    if (sorting) {
+        header()->setSortIndicator(NameColumn, Qt::AscendingOrder);
+        setSortingEnabled(true);
+    } else {
+        sortItems(NameColumn, Qt::AscendingOrder);
+    }
 }
 
 void BlocksWidget::selectBlock(QString identifier, uint version)

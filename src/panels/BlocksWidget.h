@@ -2,6 +2,8 @@
 
 #include "zkblockview_export.h"
 
+#include <QHash>
+#include <QIcon>
 #include <QPoint>
 #include <QPointer>
 #include <QString>
@@ -91,6 +93,6 @@ private:
 
     BlockDefinition* currentDefinition() const;
     QList<BlockLibraryContainer*> moveTargets(const BlockDefinition* definition) const;
-    void addRow(BlockDefinition* definition);
+    QTreeWidgetItem* makeRow(BlockDefinition* definition, QHash<QByteArray, QIcon>& icons) const;
     void exportGraphics();
 };

@@ -11,6 +11,7 @@
 #include "BlockLibraryContainer.h"
 #include "BlockRepository.h"
 #include "BlocksWidget.h"
+#include "LibraryBlockDefinitionSubWindow.h"
 #include "LanguageManager.h"
 #include "ModelBuilder.h"
 #include "System.h"
@@ -22,6 +23,10 @@
 #include <QFileDialog>
 #include <QHeaderView>
 #include <QKeyEvent>
+#include <QLineEdit>
+#include <QMainWindow>
+#include <QMdiArea>
+#include <QMdiSubWindow>
 #include <QMenu>
 #include <QMessageBox>
 #include <QMimeData>
@@ -129,6 +134,7 @@ private Q_SLOTS:
     void cleanup();
 
     void construction();
+    void favouritesBeforeSetupFillNothing();
     void setupPreparesList();
     void rowsOfAGroup();
     void rowDataSitsInTheVersionColumn();
@@ -139,6 +145,7 @@ private Q_SLOTS:
     void containerWithoutVisibleBlocksGivesEmptyList();
     void currentLibraryStaysAfterGroupSelected();
     void sameDefinitionCountDoesNotRefresh();
+    void oneChangeIsOneFill();
     void onlyVisibleVersionsAppear();
     void templateRowsNeverAppear_data();
     void templateRowsNeverAppear();
@@ -168,6 +175,9 @@ private Q_SLOTS:
     void dragCarriesPayloadAndPicture();
     void doubleClickDoesNothing();
     void helpKeyAsksForTheRowsBlock();
+    void propertiesFollowWritability_data();
+    void propertiesFollowWritability();
+    void showSelectedBlockCodeActivatesTheSubWindow();
     void graphicExportOnlyForTopLevel_data();
     void graphicExportOnlyForTopLevel();
 
@@ -216,6 +226,7 @@ void tst_BlocksWidget::init()
 
 void tst_BlocksWidget::cleanup()
 {
+    System::instance().setMainWindow(nullptr);
     closeHelpWindow();
     favourites.reset();
     repository().clear();
@@ -249,6 +260,32 @@ void tst_BlocksWidget::construction()
     QCOMPARE(widget.topLevelItemCount(), 0);
     QVERIFY(widget.currentPath().isEmpty());
     QCOMPARE(BlocksWidget::MimeType, QStringLiteral("zk6/blockdefinitionidentifier"));
+}
+
+void tst_BlocksWidget::favouritesBeforeSetupFillNothing()
+{
+    BlocksWidget widget;
+    widget.setFavourites(favourites.get());
+    QCOMPARE(widget.favourites(), favourites.get());
+    QCOMPARE(widget.topLevelItemCount(), 0);
+    widget.setup();
+    widget.updatePath(QStringLiteral("Eigene"));
+    // Connected by setup: a change of the favourites refills.
+    widget.setCurrentItem(widget.topLevelItem(0));
+    Q_EMIT favourites->changed();
+    QVERIFY(!widget.currentItem());
+
+    // A keeper handed over later redraws the stars at once.
+    TestFavourites other;
+    other.entries.append(filter->blockDefinition(0));
+    widget.setFavourites(&other);
+    const QImage star = QIcon(QStringLiteral(":/Resources/star.png")).pixmap(16).toImage();
+    QCOMPARE(rowOf(widget, filter->blockDefinition(0))->icon(3).pixmap(16).toImage(), star);
+    // The old keeper is no longer heard.
+    widget.setCurrentItem(widget.topLevelItem(0));
+    Q_EMIT favourites->changed();
+    QVERIFY(widget.currentItem());
+    widget.setFavourites(nullptr);
 }
 
 void tst_BlocksWidget::setupPreparesList()
@@ -417,6 +454,19 @@ void tst_BlocksWidget::sameDefinitionCountDoesNotRefresh()
     // Another count does.
     filter->createDefinition(1);
     QVERIFY(names(widget).contains(QStringLiteral("Tiefpass v1")));
+}
+
+void tst_BlocksWidget::oneChangeIsOneFill()
+{
+    BlocksWidget widget;
+    prepare(widget);
+    widget.updatePath(QStringLiteral("Eigene"));
+    // The repository reports the library's change as one of the groups, and the library reports it
+    // itself: the list fills once, in one insertion.
+    QSignalSpy inserted(widget.model(), &QAbstractItemModel::rowsInserted);
+    counter->createDefinition(3);
+    QCOMPARE(inserted.count(), 1);
+    QCOMPARE(widget.topLevelItemCount(), 5);
 }
 
 void tst_BlocksWidget::onlyVisibleVersionsAppear()
@@ -979,6 +1029,70 @@ void tst_BlocksWidget::helpKeyAsksForTheRowsBlock()
     QVERIFY(!sendKey(widget, Qt::Key_A));
     QEvent other(QEvent::FocusIn);
     QVERIFY(!static_cast<QObject*>(&widget)->eventFilter(&widget, &other));
+}
+
+void tst_BlocksWidget::propertiesFollowWritability_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("identifier");
+    QTest::addColumn<bool>("readOnly");
+    QTest::newRow("standard block") << QStringLiteral("1") << QStringLiteral("StandardBlock_1") << true;
+    QTest::newRow("user block") << QStringLiteral("Eigene") << QStringLiteral("UserBlock_2") << false;
+}
+
+void tst_BlocksWidget::propertiesFollowWritability()
+{
+    QFETCH(QString, path);
+    QFETCH(QString, identifier);
+    QFETCH(bool, readOnly);
+    BlocksWidget widget;
+    prepare(widget);
+    widget.updatePath(path);
+    widget.selectBlock(identifier, 0);
+    QVERIFY(widget.currentItem());
+    bool shownReadOnly = !readOnly;
+    QString name;
+    auto answered = answerNextModal([&shownReadOnly, &name](QDialog* dialog) {
+        if (auto* edit = dialog->findChild<QLineEdit*>(QStringLiteral("nameGermanEdit"))) {
+            shownReadOnly = edit->isReadOnly();
+            name = edit->text();
+        }
+        dialog->reject();
+    });
+    widget.showSelectedBlockProperties();
+    QVERIFY(*answered);
+    QCOMPARE(shownReadOnly, readOnly);
+    QCOMPARE(name, repository().block(identifier)->name().text(LanguageManager::German));
+}
+
+void tst_BlocksWidget::showSelectedBlockCodeActivatesTheSubWindow()
+{
+    QMainWindow mainWindow;
+    auto* area = new QMdiArea;
+    area->setObjectName(QStringLiteral("mdiArea"));
+    mainWindow.setCentralWidget(area);
+    mainWindow.resize(800, 600);
+    mainWindow.show();
+    System::instance().setMainWindow(&mainWindow);
+    BlocksWidget widget;
+    prepare(widget);
+    widget.updatePath(QStringLiteral("Eigene"));
+    // Without a row nothing opens.
+    widget.setCurrentItem(nullptr);
+    widget.showSelectedBlockCode();
+    QVERIFY(area->subWindowList().isEmpty());
+    for (unsigned int version : {1u, 2u}) {
+        widget.selectBlock(QStringLiteral("UserBlock_1"), version);
+        widget.showSelectedBlockCode();
+        LibraryBlockDefinitionSubWindow* window = counter->blockDefinition(version)->editSubWindow();
+        QVERIFY(window);
+        QVERIFY(window->isVisible());
+        QCOMPARE(area->activeSubWindow(), window);
+    }
+    QCOMPARE(area->subWindowList().size(), 2);
+    System::instance().setMainWindow(nullptr);
+    for (QMdiSubWindow* window : area->subWindowList())
+        window->close();
 }
 
 void tst_BlocksWidget::graphicExportOnlyForTopLevel_data()

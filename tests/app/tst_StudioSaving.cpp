@@ -1,3 +1,4 @@
+#include "EditSteps.h"
 #include "ModalAnswer.h"
 #include "ScratchSettings.h"
 #include "TestRegistry.h"
@@ -147,30 +148,6 @@ QMap<QString, QByteArray> codeTextOf(const Project* project)
     return texts;
 }
 
-// The edit scene of the active area's level, for a user allowed to edit it.
-BlockDefinitionScene* enterEditMode(StudioWindow& window)
-{
-    auto* view = qobject_cast<BlockHierarchyNodeView*>(window.activeCodeView());
-    if (!view || !view->setBlockDefinitionEditMode(true))
-        return nullptr;
-    return qobject_cast<BlockDefinitionScene*>(view->scene());
-}
-
-// A move as the user makes it: the items go, then the move is recorded on the stack.
-bool moveByCommand(BlockDefinitionScene* scene, const QList<QGraphicsItem*>& items, const QPointF& delta)
-{
-    if (!scene->moveItems(items, delta.x(), delta.y()))
-        return false;
-    scene->undoStack()->push(new MoveCommand(scene, items, delta));
-    return true;
-}
-
-QGraphicsItem* firstBlockItem(BlockDefinitionScene* scene)
-{
-    const QList<BlockItem*> items = scene->blockItemMap().values();
-    return items.isEmpty() ? nullptr : items.first();
-}
-
 } // namespace
 
 class tst_StudioSaving : public QObject
@@ -263,7 +240,7 @@ void tst_StudioSaving::openingAndViewingIsNoChange()
     for (BlockInstanceArea* area : window.project()->areas())
         QVERIFY(window.openArea(area));
     window.openArea(window.project()->areas().at(1));
-    BlockDefinitionScene* scene = enterEditMode(window);
+    BlockDefinitionScene* scene = enterEditMode(window.activeCodeView());
     QVERIFY(scene);
     auto* view = qobject_cast<BlockHierarchyNodeView*>(window.activeCodeView());
     view->setBlockDefinitionEditMode(false);
@@ -276,7 +253,7 @@ void tst_StudioSaving::aMoveMarksTheProjectAndUndoClearsIt()
 {
     StudioWindow window;
     QVERIFY(window.openSample());
-    BlockDefinitionScene* scene = enterEditMode(window);
+    BlockDefinitionScene* scene = enterEditMode(window.activeCodeView());
     QVERIFY(scene);
     QSignalSpy marked(window.changeWatch(), &ProjectChangeWatch::modifiedChanged);
     QGraphicsItem* item = firstBlockItem(scene);
@@ -550,7 +527,7 @@ void tst_StudioSaving::walkOfEditsLoadsBackWithTheSameCode()
     QVERIFY(original.size() > 3);
 
     // Moves in the editor of the first axis: one block right, then two at once down.
-    BlockDefinitionScene* scene = enterEditMode(window);
+    BlockDefinitionScene* scene = enterEditMode(window.activeCodeView());
     QVERIFY(scene);
     const QList<BlockItem*> items = scene->blockItemMap().values();
     QVERIFY(items.size() >= 3);

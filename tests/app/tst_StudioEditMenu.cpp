@@ -5,6 +5,7 @@
 #include "TestRegistry.h"
 
 #include "AreaSubWindow.h"
+#include "MessageDock.h"
 #include "StudioEditMenu.h"
 #include "StudioWindow.h"
 
@@ -38,6 +39,7 @@
 #include <QPointer>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTreeWidget>
 #include <QUndoStack>
 
 namespace {
@@ -134,6 +136,7 @@ private Q_SLOTS:
     void copyPutsTheSelectionOnTheClipboard();
     void aClosedEditorLeavesNothingToDo();
     void theShortcutUndoesOneStep();
+    void keysElsewhereAreNotTheEditors();
 
 private:
     QTemporaryDir m_settingsDir;
@@ -447,6 +450,34 @@ void tst_StudioEditMenu::theShortcutUndoesOneStep()
     QCOMPARE(scene->undoStack()->index(), 1);
     QTest::keySequence(view, QKeySequence::Redo);
     QCOMPARE(scene->undoStack()->index(), 2);
+}
+
+void tst_StudioEditMenu::keysElsewhereAreNotTheEditors()
+{
+    StudioWindow window;
+    window.show();
+    window.activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    QVERIFY(window.openSample());
+    BlockCodeView* view = window.activeCodeView();
+    BlockDefinitionScene* scene = enterEditMode(view);
+    QVERIFY(scene);
+    selectOnly(scene, firstBlockItem(scene));
+    QVERIFY(window.editMenu()->copyAction()->isEnabled());
+    // The list of messages has the focus: Control+C there is no copy of the selected block.
+    auto* dock = window.findChild<MessageDock*>(QStringLiteral("messageDock"));
+    QVERIFY(dock && dock->list()->isVisible());
+    dock->list()->setFocus();
+    QTRY_VERIFY(dock->list()->hasFocus());
+    QTest::keySequence(dock->list(), QKeySequence::Copy);
+    const QMimeData* data = QApplication::clipboard()->mimeData();
+    QVERIFY(!data || !data->hasFormat(BlockCode::TransferMimeType));
+    // In the code view the same keys copy.
+    view->setFocus();
+    QTRY_VERIFY(view->hasFocus());
+    QTest::keySequence(view, QKeySequence::Copy);
+    data = QApplication::clipboard()->mimeData();
+    QVERIFY(data && data->hasFormat(BlockCode::TransferMimeType));
 }
 
 ZK_TEST_REGISTER(tst_StudioEditMenu)

@@ -1,6 +1,7 @@
 #include "EditSteps.h"
 #include "ModalAnswer.h"
 #include "ScratchSettings.h"
+#include "TestModel.h"
 #include "TestRegistry.h"
 
 #include "ProjectChangeWatch.h"
@@ -38,8 +39,6 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QUndoStack>
-
-#include <algorithm>
 
 namespace {
 
@@ -138,13 +137,8 @@ QMap<QString, QByteArray> codeTextOf(const Project* project)
 {
     QMap<QString, QByteArray> texts;
     const QMap<QString, BlockCode*> codes = codesOf(project);
-    for (auto it = codes.constBegin(); it != codes.constEnd(); ++it) {
-        QList<unsigned int> identifiers;
-        for (BlockInstance* instance : it.value()->instances())
-            identifiers.append(instance->identifier());
-        std::sort(identifiers.begin(), identifiers.end());
-        texts.insert(it.key(), it.value()->text(identifiers) + "\n--\n" + it.value()->signalsAsText(identifiers));
-    }
+    for (auto it = codes.constBegin(); it != codes.constEnd(); ++it)
+        texts.insert(it.key(), wholeText(it.value()));
     return texts;
 }
 
@@ -302,9 +296,7 @@ void tst_StudioSaving::savingClearsTheMarker()
     QVERIFY(window.save());
     QVERIFY(!window.isWindowModified());
     QVERIFY(!window.isProjectModified());
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    QCOMPARE(file.readAll(), window.project()->projectText());
+    QCOMPARE(readFile(path), window.project()->projectText());
 }
 
 void tst_StudioSaving::saveWithoutFileAsksForOne()
@@ -355,18 +347,14 @@ void tst_StudioSaving::saveWritesTheKnownFileAgain()
     QVERIFY(!*dialog);
     withdrawModalAnswers();
     QCOMPARE(window.project()->filePath(), path);
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    QVERIFY(file.readAll().contains("geändert"));
+    QVERIFY(readFile(path).contains("geändert"));
     // And "Speichern unter..." writes a second file, which becomes the project's.
     const QString other = m_dir->filePath(QStringLiteral("kopie.zkproj"));
     auto answered = answerSaveDialog(other);
     window.findChild<QAction*>(QStringLiteral("saveAs"))->trigger();
     QVERIFY(*answered);
     QCOMPARE(window.project()->filePath(), QFileInfo(other).absoluteFilePath());
-    QFile copy(other);
-    QVERIFY(copy.open(QIODevice::ReadOnly));
-    QCOMPARE(copy.readAll(), window.project()->projectText());
+    QCOMPARE(readFile(other), window.project()->projectText());
 }
 
 void tst_StudioSaving::saveLeavesNoTemporaryFiles()
@@ -432,9 +420,7 @@ void tst_StudioSaving::closingAsks()
     QVERIFY(*answered);
     QVERIFY2(text.contains(QStringLiteral("Beispielanlage")), qPrintable(text));
     QCOMPARE(window.isVisible(), !closed);
-    QFile file(project->filePath());
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    QCOMPARE(file.readAll().contains("geändert"), written);
+    QCOMPARE(readFile(project->filePath()).contains("geändert"), written);
     // Cancelled, everything stays as it was: the project, its edit, the marker.
     QCOMPARE(window.project(), project);
     QCOMPARE(project->projectText(), before);
@@ -475,9 +461,7 @@ void tst_StudioSaving::openingAnotherAsks()
     QVERIFY(*answered);
     QCOMPARE(window.project() == project.data(), !closed);
     QCOMPARE(project.isNull(), closed);
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    QCOMPARE(file.readAll().contains("geändert"), written);
+    QCOMPARE(readFile(path).contains("geändert"), written);
     // The new project comes up unmodified; a cancelled one keeps its marker.
     QCOMPARE(window.isWindowModified(), !closed);
     // The sample from the menu asks as well.

@@ -443,8 +443,10 @@ void tst_StudioEditMenu::theShortcutUndoesOneStep()
     QVERIFY(moveByCommand(scene, {firstBlockItem(scene)}, QPointF(SceneRaster::Block, 0)));
     QVERIFY(moveByCommand(scene, {firstBlockItem(scene)}, QPointF(SceneRaster::Block, 0)));
     QCOMPARE(scene->undoStack()->index(), 2);
-    view->setFocus();
+    // Focused as a user does it, by a click into the drawing.
+    QTest::mouseClick(view->viewport(), Qt::LeftButton, Qt::NoModifier, QPoint(3, 3));
     QTRY_VERIFY(view->hasFocus());
+    QCOMPARE(scene->undoStack()->index(), 2);
     // The scene knows the key as well; only one of the two may act on it.
     QTest::keySequence(view, QKeySequence::Undo);
     QCOMPARE(scene->undoStack()->index(), 1);

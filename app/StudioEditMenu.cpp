@@ -62,6 +62,11 @@ StudioEditMenu::StudioEditMenu(std::function<BlockCodeView*()> activeView, QWidg
     m_delete->setObjectName(QStringLiteral("editDelete"));
     m_delete->setShortcut(QKeySequence::Delete);
 
+    // The keys are the code view's: in another pane (a tree of favourites, a search field) Delete
+    // or Control+C mean that pane's own thing. The entries join the active view in followActiveView.
+    for (QAction* action : entries())
+        action->setShortcutContext(Qt::WidgetShortcut);
+
     // Whether there is something to paste changes outside the studio as well.
     connect(QGuiApplication::clipboard(), &QClipboard::dataChanged, this, &StudioEditMenu::updateEntries);
     // The last word before the user reads the entries, whatever the signals missed.
@@ -85,8 +90,13 @@ void StudioEditMenu::followActiveView()
         for (const QMetaObject::Connection& connection : std::as_const(m_viewConnections))
             disconnect(connection);
         m_viewConnections.clear();
+        if (m_view) {
+            for (QAction* action : entries())
+                m_view->removeAction(action);
+        }
         m_view = view;
         if (view) {
+            view->addActions(entries());
             // Both kinds of view tell of every swap of their scene through these two.
             m_viewConnections.append(connect(view, &BlockCodeView::stepInAllowedChanged, this, &StudioEditMenu::followScene));
             m_viewConnections.append(connect(view, &BlockCodeView::stepOutAllowedChanged, this, &StudioEditMenu::followScene));
@@ -124,6 +134,11 @@ void StudioEditMenu::followScene()
         }
     }
     updateEntries();
+}
+
+QList<QAction*> StudioEditMenu::entries() const
+{
+    return {m_undo, m_redo, m_cut, m_copy, m_paste, m_delete};
 }
 
 BlockCodeScene* StudioEditMenu::shownScene() const

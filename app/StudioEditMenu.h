@@ -36,6 +36,7 @@ public Q_SLOTS:
     void followActiveView();
 
 private:
+    QList<QAction*> entries() const;
     BlockCodeScene* shownScene() const;
     // The definition scene shown, if the user may change it.
     BlockDefinitionScene* writableScene() const;

@@ -45,7 +45,10 @@ StudioEditMenu::StudioEditMenu(std::function<BlockCodeView*()> activeView, QWidg
     m_redo->setObjectName(QStringLiteral("editRedo"));
     m_redo->setShortcut(QKeySequence::Redo);
     addSeparator();
-    m_cut = addAction(tr("Ausschneiden"), this, [this] { callOnScene("cutToClipboard"); });
+    m_cut = addAction(tr("Ausschneiden"), this, [this] {
+        if (BlockDefinitionScene* scene = writableScene())
+            scene->cutToClipboard();
+    });
     m_cut->setObjectName(QStringLiteral("editCut"));
     m_cut->setShortcut(QKeySequence::Cut);
     m_copy = addAction(tr("Kopieren"), this, [this] {
@@ -55,10 +58,16 @@ StudioEditMenu::StudioEditMenu(std::function<BlockCodeView*()> activeView, QWidg
     });
     m_copy->setObjectName(QStringLiteral("editCopy"));
     m_copy->setShortcut(QKeySequence::Copy);
-    m_paste = addAction(tr("Einfügen"), this, [this] { callOnScene("pasteFromClipboard"); });
+    m_paste = addAction(tr("Einfügen"), this, [this] {
+        if (BlockDefinitionScene* scene = writableScene())
+            scene->pasteFromClipboard();
+    });
     m_paste->setObjectName(QStringLiteral("editPaste"));
     m_paste->setShortcut(QKeySequence::Paste);
-    m_delete = addAction(tr("Löschen"), this, [this] { callOnScene("deleteSelectedItems"); });
+    m_delete = addAction(tr("Löschen"), this, [this] {
+        if (BlockDefinitionScene* scene = writableScene())
+            scene->deleteSelectedItems();
+    });
     m_delete->setObjectName(QStringLiteral("editDelete"));
     m_delete->setShortcut(QKeySequence::Delete);
 
@@ -174,8 +183,3 @@ void StudioEditMenu::updateEntries()
     m_paste->setEnabled(writable && data && data->hasFormat(BlockCode::TransferMimeType));
 }
 
-void StudioEditMenu::callOnScene(const char* operation)
-{
-    if (BlockDefinitionScene* scene = writableScene())
-        QMetaObject::invokeMethod(scene, operation);
-}

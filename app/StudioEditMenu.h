@@ -42,7 +42,6 @@ private:
     BlockDefinitionScene* writableScene() const;
     void followScene();
     void updateEntries();
-    void callOnScene(const char* operation);
 
     std::function<BlockCodeView*()> m_activeView;
     QPointer<BlockCodeView> m_view;

@@ -134,6 +134,7 @@ private Q_SLOTS:
     void followsTheActiveSubWindow();
     void aLibraryWindowIsEditedToo();
     void copyPutsTheSelectionOnTheClipboard();
+    void cutPasteAndDeleteChangeTheCode();
     void aClosedEditorLeavesNothingToDo();
     void theShortcutUndoesOneStep();
     void keysElsewhereAreNotTheEditors();
@@ -396,6 +397,46 @@ void tst_StudioEditMenu::copyPutsTheSelectionOnTheClipboard()
     QVERIFY(!window.editMenu()->pasteAction()->isEnabled());
     QVERIFY(enterEditMode(view));
     QVERIFY(window.editMenu()->pasteAction()->isEnabled());
+}
+
+void tst_StudioEditMenu::cutPasteAndDeleteChangeTheCode()
+{
+    StudioWindow window;
+    QVERIFY(window.openSample());
+    StudioEditMenu* menu = window.editMenu();
+    BlockDefinitionScene* scene = enterEditMode(window.activeCodeView());
+    QVERIFY(scene);
+    BlockCode* code = scene->blockCode();
+    const qsizetype count = code->instances().size();
+    auto* item = static_cast<BlockItem*>(someBlockItem(scene));
+    QVERIFY(item);
+    const unsigned int cutId = item->identifier();
+    selectOnly(scene, item);
+
+    menu->cutAction()->trigger();
+    QVERIFY(!code->instance(cutId));
+    QCOMPARE(code->instances().size(), count - 1);
+    const QMimeData* data = QApplication::clipboard()->mimeData();
+    QVERIFY(data && data->hasFormat(BlockCode::TransferMimeType));
+
+    QVERIFY(menu->pasteAction()->isEnabled());
+    menu->pasteAction()->trigger();
+    QCOMPARE(code->instances().size(), count);
+    // The pasted block comes under a new identifier and is the selection.
+    QVERIFY(!code->instance(cutId));
+    const QList<BlockItem*> pasted = scene->selectedBlockItems();
+    QCOMPARE(pasted.size(), 1);
+
+    QVERIFY(menu->deleteAction()->isEnabled());
+    menu->deleteAction()->trigger();
+    QCOMPARE(code->instances().size(), count - 1);
+
+    // Three steps on the stack, each undone by the menu: the cut block is back where it was.
+    QCOMPARE(scene->undoStack()->count(), 3);
+    for (int i = 0; i < 3; ++i)
+        menu->undoAction()->trigger();
+    QCOMPARE(code->instances().size(), count);
+    QVERIFY(code->instance(cutId));
 }
 
 void tst_StudioEditMenu::aClosedEditorLeavesNothingToDo()

@@ -1204,12 +1204,14 @@ void tst_BlockEditorView::searchJumpsReachTheirPanes()
              (ItemPath{0, regler->identifier(), uint(reglerNode->instanceNodes().first())}));
 
     tabs->setCurrentWidget(child<QWidget>(&editor, "searchTab"));
-    auto* groups = child<BlockGroupsWidget>(&editor, "blockGroupsWidget");
+    auto* library = child<BlockLibraryView>(&editor, "blockLibraryView");
+    BlockGroupsWidget* groups = library->groupsWidget();
     groups->update();
     groups->setCurrentItem(nullptr);
     Q_EMIT search->needToShowInLibrary(ModelBuilder::newest(block));
     QCOMPARE(tabs->currentWidget(), child<QWidget>(&editor, "libraryTab"));
     QVERIFY(groups->currentItem());
+    QVERIFY(library->blocksWidget()->currentItem());
 }
 
 ZK_TEST_REGISTER(tst_BlockEditorView)

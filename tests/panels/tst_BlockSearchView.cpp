@@ -1,6 +1,8 @@
 #include "BookmarkFiles.h"
+#include "DragCapture.h"
 #include "MenuLookup.h"
 #include "ModalAnswer.h"
+#include "Pictures.h"
 #include "TestModel.h"
 #include "TestRegistry.h"
 
@@ -264,19 +266,6 @@ Options onlyNames()
     options.shortName = false;
     options.number = false;
     return options;
-}
-
-// Whether anything at all is drawn on the transparent ground.
-bool hasInk(const QImage& image)
-{
-    const QImage argb = image.convertToFormat(QImage::Format_ARGB32);
-    for (int y = 0; y < argb.height(); ++y) {
-        for (int x = 0; x < argb.width(); ++x) {
-            if (qAlpha(argb.pixel(x, y)) > 0)
-                return true;
-        }
-    }
-    return false;
 }
 
 QString starOf(const QTreeWidgetItem* row)
@@ -1365,51 +1354,31 @@ void tst_BlockSearchView::dragOfALibraryHit()
     QVERIFY(row);
     const QPoint start = tree->visualItemRect(row).center();
 
-    QByteArray payload;
-    QPoint hotSpot;
-    QImage picture;
-    bool seen = false;
-    auto look = [&] {
-        auto* drag = tree->findChild<QDrag*>();
-        if (!drag || seen)
-            return;
-        seen = true;
-        payload = drag->mimeData()->data(QStringLiteral("zk6/blockdefinitionidentifier"));
-        hotSpot = drag->hotSpot();
-        picture = drag->pixmap().toImage();
-    };
-    // Where the drag runs a loop of its own, look at it from inside and let Escape end it; without
-    // a pressed button the platform ends it at once, and the finished drag is still there to see.
-    QTimer watcher;
-    watcher.setInterval(5);
-    connect(&watcher, &QTimer::timeout, this, [&] {
-        if (seen || !tree->findChild<QDrag*>())
-            return;
-        look();
-        QTest::keyClick(tree->viewport(), Qt::Key_Escape);
-    });
-    watcher.start();
     QTest::mousePress(tree->viewport(), Qt::LeftButton, Qt::NoModifier, start);
     QVERIFY(tree->dragStart == start);
     // Short of the start distance nothing happens.
-    QMouseEvent near(QEvent::MouseMove, QPointF(start + QPoint(1, 0)), tree->viewport()->mapToGlobal(QPointF(start + QPoint(1, 0))),
-                     Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
-    QApplication::sendEvent(tree->viewport(), &near);
-    QVERIFY(!seen);
+    DragRecord drag = captureDrag(tree, [&] {
+        QMouseEvent near(QEvent::MouseMove, QPointF(start + QPoint(1, 0)), tree->viewport()->mapToGlobal(QPointF(start + QPoint(1, 0))),
+                         Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(tree->viewport(), &near);
+    });
+    QVERIFY(!drag.started);
     const QPoint far = start + QPoint(QApplication::startDragDistance() + 2, 0);
-    QMouseEvent move(QEvent::MouseMove, QPointF(far), tree->viewport()->mapToGlobal(QPointF(far)), Qt::NoButton, Qt::LeftButton,
-                     Qt::NoModifier);
-    QApplication::sendEvent(tree->viewport(), &move);
-    look();
-    QVERIFY(seen);
-    QCOMPARE(payload, QByteArrayLiteral("StandardBlock_20;0"));
-    QCOMPARE(hotSpot, QPoint(40, 10));
+    drag = captureDrag(tree, [&] {
+        QMouseEvent move(QEvent::MouseMove, QPointF(far), tree->viewport()->mapToGlobal(QPointF(far)), Qt::NoButton, Qt::LeftButton,
+                         Qt::NoModifier);
+        QApplication::sendEvent(tree->viewport(), &move);
+    });
+    QVERIFY(drag.started);
+    QCOMPARE(drag.payload.value(QStringLiteral("zk6/blockdefinitionidentifier")), QByteArrayLiteral("StandardBlock_20;0"));
+    QCOMPARE(drag.hotSpot, QPoint(40, 10));
+    const QImage picture = drag.picture;
     // The picture is the block as the preview draws it: 300 wide, in the block's proportion.
     const QImage expected = BlockPreview().image(SearchModel::def(m->regler));
     QVERIFY(!expected.isNull());
     QCOMPARE(picture.size(), expected.size());
     QCOMPARE(picture.width(), 300);
-    QVERIFY(hasInk(picture));
+    QVERIFY(inkedPixels(picture) > 0);
     QCOMPARE(picture.convertToFormat(QImage::Format_ARGB32_Premultiplied), expected.convertToFormat(QImage::Format_ARGB32_Premultiplied));
 }
 
@@ -1426,25 +1395,14 @@ void tst_BlockSearchView::noDragOfAHierarchyHit()
     QTreeWidgetItem* row = hitRow(tree, QStringLiteral("Hierarchie"), QStringLiteral("r"));
     QVERIFY(row);
     const QPoint start = tree->visualItemRect(row).center();
-    bool seen = false;
-    QTimer guard;
-    guard.setInterval(0);
-    connect(&guard, &QTimer::timeout, this, [&] {
-        if (tree->findChild<QDrag*>()) {
-            seen = true;
-            QTest::keyClick(tree->viewport(), Qt::Key_Escape);
-        }
-    });
-    guard.start();
     QTest::mousePress(tree->viewport(), Qt::LeftButton, Qt::NoModifier, start);
     const QPoint far = start + QPoint(QApplication::startDragDistance() + 2, 0);
-    QMouseEvent move(QEvent::MouseMove, QPointF(far), tree->viewport()->mapToGlobal(QPointF(far)), Qt::NoButton, Qt::LeftButton,
-                     Qt::NoModifier);
-    QApplication::sendEvent(tree->viewport(), &move);
-    seen = seen || tree->findChild<QDrag*>();
-    QCoreApplication::processEvents();
-    guard.stop();
-    QVERIFY(!seen);
+    const DragRecord drag = captureDrag(tree, [&] {
+        QMouseEvent move(QEvent::MouseMove, QPointF(far), tree->viewport()->mapToGlobal(QPointF(far)), Qt::NoButton, Qt::LeftButton,
+                         Qt::NoModifier);
+        QApplication::sendEvent(tree->viewport(), &move);
+    });
+    QVERIFY(!drag.started);
     QTest::mouseRelease(tree->viewport(), Qt::LeftButton, Qt::NoModifier, far);
     // A press beside every row forgets the start.
     QTest::mousePress(tree->viewport(), Qt::LeftButton, Qt::NoModifier, QPoint(5, tree->viewport()->height() - 2));

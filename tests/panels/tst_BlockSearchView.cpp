@@ -46,7 +46,6 @@
 #include <QSet>
 #include <QSignalSpy>
 #include <QTest>
-#include <QTimer>
 #include <QTreeWidgetItem>
 #include <QVBoxLayout>
 

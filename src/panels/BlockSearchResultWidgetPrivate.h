@@ -11,7 +11,8 @@
 class BlockDefinition;
 class BlockInstanceArea;
 class BlockInstanceHierarchyNode;
-class BlockSearchBookmarks;
+class BlockBookmarkRepository;
+class BlockPreview;
 class BlockSearchResultWidget;
 class QTreeWidgetItem;
 
@@ -44,8 +45,10 @@ public:
     QTreeWidgetItem* hierarchySection = nullptr;
     QTreeWidgetItem* librarySection = nullptr;
     QPoint dragStart;
-    // The drag shows a plain picture of icon, name and number until the block preview is at hand.
-    QPointer<BlockSearchBookmarks> bookmarks;
+    // Made with the tree and reused for every drag picture.
+    BlockPreview* preview = nullptr;
+    // The process's favourites, taken by the setup; until then the stars are empty.
+    BlockBookmarkRepository* bookmarks = nullptr;
     QPointer<BlockInstanceArea> area;
     BlockSearchResultWidget* owner;
 

@@ -3,6 +3,7 @@
 #include "BlockBookmark.h"
 #include "BlockBookmarkFolder.h"
 #include "BlockBookmarkRepository.h"
+#include "IniParser.h"
 
 #include <QDir>
 #include <QFile>
@@ -61,6 +62,33 @@ void writeBookmarkFile(const QByteArray& bytes)
         file.write(bytes);
         file.commit();
     }
+}
+
+QByteArray readBookmarkFile()
+{
+    QFile file(bookmarkFilePath());
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+QStringList bookmarkFileOrder(const QByteArray& text)
+{
+    MlIniParser::IniParser parser;
+    parser.setIniText(text);
+    QStringList lines;
+    const MlIniParser::IniSection* top = parser.section("bookmarks");
+    if (!top)
+        return lines;
+    QList<const MlIniParser::IniSection*> pending{top};
+    while (!pending.isEmpty()) {
+        const MlIniParser::IniSection* section = pending.takeFirst();
+        for (const QByteArray& name : section->sections()) {
+            const MlIniParser::IniSection* sub = section->section(name);
+            const QByteArray type = sub->value("type");
+            lines.append(QString::fromUtf8(type + ' ' + sub->value(type == "folder" ? "name" : "identifier")));
+            pending.append(sub);
+        }
+    }
+    return lines;
 }
 
 QStringList bookmarkTree(const BlockBookmarkFolder* folder)

@@ -1204,7 +1204,7 @@ void tst_BlockEditorView::searchJumpsReachTheirPanes()
              (ItemPath{0, regler->identifier(), uint(reglerNode->instanceNodes().first())}));
 
     tabs->setCurrentWidget(child<QWidget>(&editor, "searchTab"));
-    auto* groups = child<BlockGroupsWidget>(&editor, "blockGroupsWidget");
+    BlockGroupsWidget* groups = child<BlockLibraryView>(&editor, "blockLibraryView")->groupsWidget();
     groups->update();
     groups->setCurrentItem(nullptr);
     Q_EMIT search->needToShowInLibrary(ModelBuilder::newest(block));

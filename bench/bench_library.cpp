@@ -6,12 +6,15 @@
 #include "BenchProject.h"
 #include "BenchTable.h"
 
+#include "BlockBookmarkRepository.h"
 #include "BlockRepository.h"
 #include "BlocksWidget.h"
 
 #include <QApplication>
 #include <QHeaderView>
+#include <QDir>
 #include <QIcon>
+#include <QTemporaryDir>
 #include <QTreeWidget>
 #include <QTreeWidgetItem>
 
@@ -95,6 +98,10 @@ void fillPlain(QTreeWidget* list, int rows)
 int main(int argc, char** argv)
 {
     QApplication app(argc, argv);
+    // The stars are looked up in favourites of the run's own, not in the machine's shared file.
+    QTemporaryDir favourites;
+    QDir(favourites.path()).mkpath(QStringLiteral("Marlenbach Motion"));
+    BlockBookmarkRepository::setCommonDataFolder(favourites.path());
     const int runs = argc > 1 ? QByteArray(argv[1]).toInt() : 7;
     QList<int> sizes;
     for (int i = 2; i < argc; ++i)

@@ -2,8 +2,8 @@
 
 #include "AccessLevel.h"
 #include "Block.h"
+#include "BlockBookmarkRepository.h"
 #include "BlockDefinition.h"
-#include "BlockFavourites.h"
 #include "BlockLibrary.h"
 #include "BlockLibraryContainer.h"
 #include "BlockPreview.h"
@@ -118,33 +118,14 @@ void BlocksWidget::setup()
     setEditTriggers(QAbstractItemView::NoEditTriggers);
     setSortingEnabled(true);
     m_repository = &BlockRepository::instance();
+    m_bookmarks = &BlockBookmarkRepository::instance();
     connect(m_repository, &BlockRepository::groupsChanged, this, &BlocksWidget::update);
     connect(&System::instance(), &SystemInformation::userAccessLevelCodeChanged, this, &BlocksWidget::update);
     connect(&LanguageManager::instance(), &LanguageManager::activeLanguageChanged, this, &BlocksWidget::update);
-    if (m_favourites)
-        connect(m_favourites, &BlockFavourites::changed, this, &BlocksWidget::update, Qt::UniqueConnection);
+    // Every change of the favourites, ours or another process's, refills the list for its stars.
+    connect(m_bookmarks, &BlockBookmarkRepository::changed, this, &BlocksWidget::update);
     connect(this, &QWidget::customContextMenuRequested, this, &BlocksWidget::showContextMenu);
     connect(this, &QTreeWidget::itemClicked, this, &BlocksWidget::blockItemClicked);
-}
-
-void BlocksWidget::setFavourites(BlockFavourites* pFavourites)
-{
-    if (m_favourites == pFavourites)
-        return;
-    if (m_favourites)
-        disconnect(m_favourites, &BlockFavourites::changed, this, &BlocksWidget::update);
-    m_favourites = pFavourites;
-    // Before setup the list is empty and stays so; after it, the stars are redrawn.
-    if (m_repository) {
-        if (m_favourites)
-            connect(m_favourites, &BlockFavourites::changed, this, &BlocksWidget::update, Qt::UniqueConnection);
-        update();
-    }
-}
-
-BlockFavourites* BlocksWidget::favourites() const
-{
-    return m_favourites;
 }
 
 BlockDefinition* BlocksWidget::definitionOf(const QTreeWidgetItem* row)
@@ -172,6 +153,22 @@ BlockDefinition* BlocksWidget::currentDefinition() const
     return definitionOf(currentItem());
 }
 
+BlockBookmarkRepository& BlocksWidget::bookmarks() const
+{
+    return m_bookmarks ? *m_bookmarks : BlockBookmarkRepository::instance();
+}
+
+void BlocksWidget::toggleBookmark(BlockDefinition* definition)
+{
+    if (!definition || !definition->block())
+        return;
+    // Either call refills the list through changed(): the clicked row is gone afterwards.
+    if (!bookmarks().isBookmarked(definition))
+        bookmarks().addBookmark(definition);
+    else
+        bookmarks().removeBookmarks(definition);
+}
+
 void BlocksWidget::update()
 {
     updatePath(m_currentPath);
@@ -189,8 +186,7 @@ QTreeWidgetItem* BlocksWidget::makeRow(BlockDefinition* definition, QHash<QByteA
     row->setData(VersionColumn, IdentifierRole, block->identifier());
     row->setData(VersionColumn, VersionRole, definition->version());
     row->setData(VersionColumn, DefinitionRole, QVariant::fromValue(static_cast<void*>(definition)));
-    const bool favourite = m_favourites && m_favourites->isFavourite(definition);
-    row->setIcon(FavouriteColumn, starIcon(favourite));
+    row->setIcon(FavouriteColumn, starIcon(bookmarks().isBookmarked(definition)));
     return row;
 }
 
@@ -370,7 +366,7 @@ void BlocksWidget::showContextMenu(QPoint point)
         m_favouriteAction->setCheckable(true);
         connect(m_favouriteAction, SIGNAL(triggered()), this, SLOT(addOrRemoveBlockToBookmark()));
     }
-    m_favouriteAction->setChecked(m_favourites && m_favourites->isFavourite(definition));
+    m_favouriteAction->setChecked(bookmarks().isBookmarked(definition));
     m_contextMenu->addAction(m_favouriteAction);
     m_contextMenu->addSeparator();
 
@@ -404,24 +400,19 @@ void BlocksWidget::blockItemClicked(QTreeWidgetItem* item, int column)
 {
     if (column != FavouriteColumn)
         return;
-    BlockDefinition* definition = definitionOf(item);
-    if (!definition || !definition->block() || !m_favourites)
-        return;
-    m_favourites->toggle(definition);
+    toggleBookmark(definitionOf(item));
 }
 
 void BlocksWidget::addBlockToBookmark()
 {
-    BlockDefinition* definition = currentDefinition();
-    if (definition && m_favourites)
-        m_favourites->add(definition);
+    // No test for a favourite that exists: each call adds one more.
+    if (BlockDefinition* definition = currentDefinition())
+        bookmarks().addBookmark(definition);
 }
 
 void BlocksWidget::addOrRemoveBlockToBookmark()
 {
-    BlockDefinition* definition = currentDefinition();
-    if (definition && definition->block() && m_favourites)
-        m_favourites->toggle(definition);
+    toggleBookmark(currentDefinition());
 }
 
 void BlocksWidget::deleteSelectedBlock()

@@ -9,8 +9,8 @@
 #include <QString>
 #include <QTreeWidget>
 
+class BlockBookmarkRepository;
 class BlockDefinition;
-class BlockFavourites;
 class BlockLibrary;
 class BlockLibraryContainer;
 class BlockPreview;
@@ -38,9 +38,6 @@ public:
 
     // Called once by the panel after construction.
     void setup();
-    // Who keeps the user's favourites; without one every star is empty and a click does nothing.
-    void setFavourites(BlockFavourites* pFavourites);
-    BlockFavourites* favourites() const;
 
     QString currentPath() const { return m_currentPath; }
     // The definition of a row, or null.
@@ -83,7 +80,7 @@ protected:
 private:
     QString m_currentPath;
     BlockRepository* m_repository = nullptr;
-    QPointer<BlockFavourites> m_favourites;
+    BlockBookmarkRepository* m_bookmarks = nullptr;
     QPoint m_dragStart;
     BlockPreview* m_preview = nullptr;
     QPointer<BlockLibrary> m_currentLibrary;
@@ -92,6 +89,9 @@ private:
     QAction* m_favouriteAction = nullptr;
 
     BlockDefinition* currentDefinition() const;
+    BlockBookmarkRepository& bookmarks() const;
+    // A new favourite at the root if the definition has none, else none of it is left anywhere.
+    void toggleBookmark(BlockDefinition* definition);
     QList<BlockLibraryContainer*> moveTargets(const BlockDefinition* definition) const;
     QTreeWidgetItem* makeRow(BlockDefinition* definition, QHash<QByteArray, QIcon>& icons) const;
     void exportGraphics();

@@ -32,6 +32,18 @@ void dumpFolder(const BlockBookmarkFolder* folder, int depth, QStringList& lines
     }
 }
 
+// The folders of a parsed tree don't own their children.
+void destroyChildren(BlockBookmarkFolder* folder)
+{
+    while (folder->count() > 0) {
+        BlockBookmarkItem* item = folder->child(0);
+        if (BlockBookmarkFolder* sub = item->toFolder())
+            destroyChildren(sub);
+        folder->remove(item);
+        delete item;
+    }
+}
+
 } // namespace
 
 void useScratchBookmarkFolder()
@@ -96,5 +108,17 @@ QStringList bookmarkTree(const BlockBookmarkFolder* folder)
     QStringList lines;
     if (folder)
         dumpFolder(folder, 0, lines);
+    return lines;
+}
+
+QStringList bookmarkFileTree()
+{
+    QFile file(bookmarkFilePath());
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    BlockBookmarkFolder root(nullptr, QStringLiteral("root"));
+    BlockBookmarkRepository::parseIniText(file.readAll(), &root);
+    const QStringList lines = bookmarkTree(&root);
+    destroyChildren(&root);
     return lines;
 }

@@ -23,3 +23,6 @@ QByteArray readBookmarkFile();
 QStringList bookmarkFileOrder(const QByteArray& text);
 // The tree as indented lines: "[name]" for a folder, "identifier;version" for a bookmark.
 QStringList bookmarkTree(const BlockBookmarkFolder* folder);
+// The tree that the file holds now, read as another process would, in the lines of bookmarkTree.
+// Bookmarks of blocks that the block repository doesn't know are left out.
+QStringList bookmarkFileTree();

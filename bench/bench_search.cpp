@@ -5,6 +5,7 @@
 //   QT_QPA_PLATFORM=offscreen ./build-rel/bench/bench_search [runs]
 // Two sizes, 1000 and 10000 block versions and instances, show how the cost grows.
 #include "BenchTable.h"
+#include "BlockBookmarkRepository.h"
 
 #include "Block.h"
 #include "BlockCode.h"
@@ -26,6 +27,7 @@
 #include <QCheckBox>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QTemporaryDir>
 #include <QTreeWidget>
 #include <QTreeWidgetItem>
 
@@ -241,6 +243,9 @@ void runSize(int size, int runs)
 int main(int argc, char** argv)
 {
     QApplication app(argc, argv);
+    // The panels read the favourites; a benchmark leaves the machine's own file alone.
+    QTemporaryDir favourites;
+    BlockBookmarkRepository::setCommonDataFolder(favourites.path());
     const int runs = argc > 1 ? QByteArray(argv[1]).toInt() : 7;
     printHeader();
     for (int size : {1000, 10000})

@@ -12,6 +12,7 @@
 #include "BlockLibrary.h"
 #include "BlockPinConnection.h"
 #include "BlockPinInstance.h"
+#include "CodeChangeBatch.h"
 #include "ConnectionItem.h"
 #include "ParameterContainer.h"
 #include "ParameterSetup.h"
@@ -156,14 +157,18 @@ void DeleteCommand::redo()
             if (connection)
                 code->deleteConnection(connection);
         }
-        for (unsigned int identifier : std::as_const(blockIdentifiers))
-            code->deleteInstance(identifier);
+        {
+            const CodeChangeBatch batch(code);
+            for (unsigned int identifier : std::as_const(blockIdentifiers))
+                code->deleteInstance(identifier);
+        }
         m_scene->rebuild();
         return;
     }
 
     if (!code)
         return;
+    const CodeChangeBatch batch(code);
     for (unsigned int identifier : std::as_const(m_instanceIdentifiers))
         code->deleteInstance(identifier);
     QList<QPointer<BlockPinConnection>> connections;

@@ -2,6 +2,7 @@
 
 #include "BlockDefinitionScene.h"
 #include "BlockItem.h"
+#include "CodeChangeBatch.h"
 #include "ConnectionItem.h"
 #include "ConnectionNodeItem.h"
 
@@ -58,6 +59,7 @@ void MoveCommand::moveAll(const QList<QPointF>& from, const QList<QPointF>& to)
 {
     if (!m_scene)
         return;
+    const CodeChangeBatch batch(m_scene->blockCode());
     // An item not found where it was recorded is passed over; the node counter then falls behind and
     // later nodes take a wrong index. That is accepted: the command reports nothing.
     int nodeCounter = 0;

@@ -2,6 +2,7 @@
 
 #include "BlockCode.h"
 #include "BlockDefinitionScene.h"
+#include "CodeChangeBatch.h"
 #include "BlockItem.h"
 #include "ConnectionNodeItem.h"
 
@@ -97,6 +98,7 @@ void PasteCommand::undo()
     BlockCode* code = m_scene ? m_scene->blockCode() : nullptr;
     if (!code)
         return;
+    const CodeChangeBatch batch(code);
     for (unsigned int identifier : std::as_const(m_newIdentifiers))
         code->deleteInstance(identifier);
 }

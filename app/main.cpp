@@ -1,6 +1,7 @@
 #include "StudioWalk.h"
 #include "StudioWindow.h"
 
+#include "BlockBookmarkRepository.h"
 #include "Project.h"
 
 #include <QApplication>
@@ -30,6 +31,10 @@ int main(int argc, char** argv)
                                            "in das Verzeichnis schreiben und beenden"),
                             QStringLiteral("directory"));
     parser.addOption(walk);
+    QCommandLineOption tourOption(QStringLiteral("tour"),
+                            QStringLiteral("Welcher Rundgang: %1 (ohne Angabe der erste)").arg(StudioWalk::tourNames().join(QStringLiteral(", "))),
+                            QStringLiteral("name"));
+    parser.addOption(tourOption);
     parser.process(app);
 
     const bool walking = parser.isSet(walk);
@@ -39,6 +44,8 @@ int main(int argc, char** argv)
         QDir(settings).removeRecursively();
         QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, settings);
         QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, settings);
+        // Nor does it touch the favourites that the users of this machine share.
+        BlockBookmarkRepository::setCommonDataFolder(QDir(parser.value(walk)).absoluteFilePath(QStringLiteral("shared")));
     }
 
     StudioWindow window;
@@ -54,7 +61,7 @@ int main(int argc, char** argv)
     window.show();
 
     if (walking) {
-        auto* tour = new StudioWalk(&window, parser.value(walk));
+        auto* tour = new StudioWalk(&window, parser.value(walk), parser.value(tourOption));
         QObject::connect(tour, &StudioWalk::finished, &app, [](bool ok) {
             std::printf(ok ? "walk finished\n" : "walk finished with failures\n");
             QApplication::exit(ok ? 0 : 1);

@@ -609,6 +609,24 @@ QString firstPinShortName(const BlockDefinition* definition)
     return pin ? pin->shortName() : QString();
 }
 
+// The parts of a program's text, in an order of their own: two texts with the same parts in
+// another order describe the same program.
+QStringList sectionsOf(const QByteArray& text)
+{
+    QStringList sections;
+    QString current;
+    for (const QString& line : QString::fromUtf8(text).split(QLatin1Char('\n'))) {
+        if ((line.startsWith(QLatin1Char('[')) || line == QLatin1String("--")) && !current.isEmpty()) {
+            sections.append(current.trimmed());
+            current.clear();
+        }
+        current += line + QLatin1Char('\n');
+    }
+    sections.append(current.trimmed());
+    sections.sort();
+    return sections;
+}
+
 } // namespace
 
 QByteArray StudioWalk::codeTextOf(BlockCode* code)
@@ -696,6 +714,8 @@ bool StudioWalk::openEditableArea()
             button->click();
     }
     m_log.append(QStringLiteral("  %1 with %2 blocks").arg(best->displayName()).arg(bestCount));
+    if (!m_window->isActiveWindow())
+        return fail(QStringLiteral("the studio's window is not the active one: its scenes keep what they should drop"));
     return m_window->activeCodeView() == window->codeView()
         || fail(QStringLiteral("the window of %1 is not the active one").arg(best->displayName()));
 }
@@ -1114,7 +1134,18 @@ QList<StudioWalk::Step> StudioWalk::editTour()
              m_log.append(QStringLiteral("  %1 steps undone").arg(undone));
              if (undone < 5)
                  return fail(QStringLiteral("only %1 steps could be undone").arg(undone));
-             return codeTextOf(areaCode()) == m_textAtStart || fail(QStringLiteral("the program differs from how it was before the edits"));
+             const QByteArray text = codeTextOf(areaCode());
+             if (sectionsOf(text) != sectionsOf(m_textAtStart)) {
+                 QFile file(m_directory.filePath(QStringLiteral("alles-rueckgaengig.txt")));
+                 if (file.open(QIODevice::WriteOnly))
+                     file.write(m_textAtStart + "\n==== after undoing all ====\n" + text);
+                 return fail(QStringLiteral("the program differs from how it was before the edits (both in alles-rueckgaengig.txt)"));
+             }
+             // Back where it started, the title has no change to mark.
+             if (text != m_textAtStart)
+                 m_log.append(QStringLiteral("  the program's text lists its parts in another order than before"));
+             return !m_window->isProjectModified()
+                 || fail(QStringLiteral("the project counts as changed although every edit is undone"));
          },
          400},
         {QStringLiteral("alles-wiederhergestellt"),
@@ -1132,7 +1163,23 @@ QList<StudioWalk::Step> StudioWalk::editTour()
              m_log.append(QStringLiteral("  %1 steps redone").arg(redone));
              if (editAction("editUndo") && !editAction("editUndo")->isEnabled())
                  return fail(QStringLiteral("nothing to undo after redoing all"));
-             return codeTextOf(areaCode()) == m_textEdited || fail(QStringLiteral("the program differs from how the edits left it"));
+             const QByteArray text = codeTextOf(areaCode());
+             if (sectionsOf(text) != sectionsOf(m_textEdited)) {
+                 QFile file(m_directory.filePath(QStringLiteral("alles-wiederhergestellt.txt")));
+                 if (file.open(QIODevice::WriteOnly))
+                     file.write(m_textEdited + "\n==== after redoing all ====\n" + text);
+                 QList<unsigned int> now = sortedIdentifiers(areaCode());
+                 QList<unsigned int> pasted = m_pasted;
+                 for (unsigned int identifier : std::as_const(m_pasted))
+                     now.removeAll(identifier);
+                 for (unsigned int identifier : sortedIdentifiers(areaCode()))
+                     pasted.removeAll(identifier);
+                 if (!pasted.isEmpty())
+                     return fail(QStringLiteral("the pasted blocks %1 came back as %2 (both texts in alles-wiederhergestellt.txt)")
+                                     .arg(identifierList(pasted), identifierList(now.mid(now.size() - pasted.size()))));
+                 return fail(QStringLiteral("the program differs from how the edits left it (both in alles-wiederhergestellt.txt)"));
+             }
+             return true;
          },
          400},
         {QStringLiteral("gespeichert"),
@@ -1452,6 +1499,9 @@ QList<StudioWalk::Step> StudioWalk::libraryTour()
              }
              auto* scene = qobject_cast<BlockCodeScene*>(view->scene());
              BlockItem* selected = scene ? scene->selectedBlockItem() : nullptr;
+             BlockInstanceHierarchyNode* node = tree->validNode(hits.first());
+             m_log.append(QStringLiteral("  hit \"%1\" at %2, the view shows %3")
+                              .arg(hits.first()->text(0), node ? node->locationPath() : QStringLiteral("-"), view->currentPath()));
              if (!selected)
                  return fail(QStringLiteral("no block is selected after the jump"));
              if (selected->identifier() != m_dropped)

@@ -61,6 +61,8 @@ int main(int argc, char** argv)
     window.show();
 
     if (walking) {
+        // As under a user's hands: the window has the focus, and its scenes count as active.
+        window.activateWindow();
         auto* tour = new StudioWalk(&window, parser.value(walk), parser.value(tourOption));
         QObject::connect(tour, &StudioWalk::finished, &app, [](bool ok) {
             std::printf(ok ? "walk finished\n" : "walk finished with failures\n");

@@ -886,7 +886,9 @@ QList<StudioWalk::Step> StudioWalk::editTour()
              for (const BlockItem* item : copied)
                  bounds |= item->sceneBoundingRect();
              QPoint cursor;
-             if (!emptyViewportPoint(bounds.size() + QSizeF(2 * SceneRaster::Block, 2 * SceneRaster::Block), &cursor))
+             // Room around the blocks, and below them for the group move of a later step.
+             QSizeF room = bounds.size() + QSizeF(2 * SceneRaster::Block, 8 * SceneRaster::Block);
+             if (!emptyViewportPoint(room, &cursor))
                  return fail(QStringLiteral("no empty place in sight to paste to"));
              // Paste lands where the mouse is: it is moved over the empty place first.
              sendViewportMouse(QEvent::MouseMove, cursor, Qt::NoButton, Qt::NoButton);

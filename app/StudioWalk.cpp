@@ -1492,13 +1492,18 @@ QList<StudioWalk::Step> StudioWalk::libraryTour()
              if (auto* scene = qobject_cast<BlockCodeScene*>(view->scene()))
                  scene->clearSelection();
              // A double click on the row, as the user jumps.
+             QString asked;
+             auto* search = window->findChild<BlockSearchView*>();
+             const QMetaObject::Connection heard =
+                 connect(search, &BlockSearchView::needToShowInCode, this, [&asked](const QString& path) { asked = path; });
              tree->scrollToItem(hits.first());
-             const QPoint at = tree->visualItemRect(hits.first()).center();
-             for (QEvent::Type type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease, QEvent::MouseButtonDblClick, QEvent::MouseButtonRelease}) {
-                 QMouseEvent event(type, QPointF(at), tree->viewport()->mapToGlobal(QPointF(at)), Qt::LeftButton,
-                                   type == QEvent::MouseButtonRelease ? Qt::NoButton : Qt::LeftButton, Qt::NoModifier);
-                 QApplication::sendEvent(tree->viewport(), &event);
-             }
+             // As the issue table's jump in the overview tour: the row chosen, then the tree's own
+             // signal of a double click on it.
+             tree->setCurrentItem(hits.first());
+             Q_EMIT tree->itemDoubleClicked(hits.first(), 0);
+             disconnect(heard);
+             if (asked.isEmpty())
+                 return fail(QStringLiteral("the double click on the hit asked the code view for nothing"));
              auto* scene = qobject_cast<BlockCodeScene*>(view->scene());
              BlockItem* selected = scene ? scene->selectedBlockItem() : nullptr;
              BlockInstanceHierarchyNode* node = tree->validNode(hits.first());

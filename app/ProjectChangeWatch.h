@@ -10,7 +10,6 @@
 class Block;
 class BlockLibrary;
 
-
 // Tells whether the open project differs from what was last loaded or saved. The truth is the
 // stored form itself, the bytes that saving would write, compared with those of the last load or
 // save: an edit undone again, or one made and taken back by hand, leaves the project unmodified.

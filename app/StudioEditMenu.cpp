@@ -45,7 +45,10 @@ StudioEditMenu::StudioEditMenu(std::function<BlockCodeView*()> activeView, QWidg
     m_redo->setObjectName(QStringLiteral("editRedo"));
     m_redo->setShortcut(QKeySequence::Redo);
     addSeparator();
-    m_cut = addAction(tr("Ausschneiden"), this, [this] { callOnScene("cutToClipboard"); });
+    m_cut = addAction(tr("Ausschneiden"), this, [this] {
+        if (BlockDefinitionScene* scene = writableScene())
+            scene->cutToClipboard();
+    });
     m_cut->setObjectName(QStringLiteral("editCut"));
     m_cut->setShortcut(QKeySequence::Cut);
     m_copy = addAction(tr("Kopieren"), this, [this] {
@@ -55,12 +58,23 @@ StudioEditMenu::StudioEditMenu(std::function<BlockCodeView*()> activeView, QWidg
     });
     m_copy->setObjectName(QStringLiteral("editCopy"));
     m_copy->setShortcut(QKeySequence::Copy);
-    m_paste = addAction(tr("Einfügen"), this, [this] { callOnScene("pasteFromClipboard"); });
+    m_paste = addAction(tr("Einfügen"), this, [this] {
+        if (BlockDefinitionScene* scene = writableScene())
+            scene->pasteFromClipboard();
+    });
     m_paste->setObjectName(QStringLiteral("editPaste"));
     m_paste->setShortcut(QKeySequence::Paste);
-    m_delete = addAction(tr("Löschen"), this, [this] { callOnScene("deleteSelectedItems"); });
+    m_delete = addAction(tr("Löschen"), this, [this] {
+        if (BlockDefinitionScene* scene = writableScene())
+            scene->deleteSelectedItems();
+    });
     m_delete->setObjectName(QStringLiteral("editDelete"));
     m_delete->setShortcut(QKeySequence::Delete);
+
+    // The keys are the code view's: in another pane (a tree of favourites, a search field) Delete
+    // or Control+C mean that pane's own thing. The entries join the active view in followActiveView.
+    for (QAction* action : entries())
+        action->setShortcutContext(Qt::WidgetShortcut);
 
     // Whether there is something to paste changes outside the studio as well.
     connect(QGuiApplication::clipboard(), &QClipboard::dataChanged, this, &StudioEditMenu::updateEntries);
@@ -85,8 +99,13 @@ void StudioEditMenu::followActiveView()
         for (const QMetaObject::Connection& connection : std::as_const(m_viewConnections))
             disconnect(connection);
         m_viewConnections.clear();
+        if (m_view) {
+            for (QAction* action : entries())
+                m_view->removeAction(action);
+        }
         m_view = view;
         if (view) {
+            view->addActions(entries());
             // Both kinds of view tell of every swap of their scene through these two.
             m_viewConnections.append(connect(view, &BlockCodeView::stepInAllowedChanged, this, &StudioEditMenu::followScene));
             m_viewConnections.append(connect(view, &BlockCodeView::stepOutAllowedChanged, this, &StudioEditMenu::followScene));
@@ -126,6 +145,11 @@ void StudioEditMenu::followScene()
     updateEntries();
 }
 
+QList<QAction*> StudioEditMenu::entries() const
+{
+    return {m_undo, m_redo, m_cut, m_copy, m_paste, m_delete};
+}
+
 BlockCodeScene* StudioEditMenu::shownScene() const
 {
     // Asked anew every time: the view may have swapped its scene since the last signal.
@@ -159,8 +183,3 @@ void StudioEditMenu::updateEntries()
     m_paste->setEnabled(writable && data && data->hasFormat(BlockCode::TransferMimeType));
 }
 
-void StudioEditMenu::callOnScene(const char* operation)
-{
-    if (BlockDefinitionScene* scene = writableScene())
-        QMetaObject::invokeMethod(scene, operation);
-}

@@ -36,12 +36,12 @@ public Q_SLOTS:
     void followActiveView();
 
 private:
+    QList<QAction*> entries() const;
     BlockCodeScene* shownScene() const;
     // The definition scene shown, if the user may change it.
     BlockDefinitionScene* writableScene() const;
     void followScene();
     void updateEntries();
-    void callOnScene(const char* operation);
 
     std::function<BlockCodeView*()> m_activeView;
     QPointer<BlockCodeView> m_view;

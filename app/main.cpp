@@ -7,11 +7,31 @@
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <QScreen>
 #include <QSettings>
 #include <QTimer>
 
 #include <cstdio>
+
+namespace {
+
+// The favourites are one file for all users of the machine. The first start that is allowed to make
+// its folder does so, open to everyone, so that every user's studio can replace the file there
+// later; without the folder the favourites live only as long as the studio runs.
+void prepareSharedBookmarkFolder()
+{
+    const QString folder = BlockBookmarkRepository::bookmarkFolder();
+    if (QFileInfo(folder).isDir() || !QDir().mkpath(folder))
+        return;
+    QFile::setPermissions(folder, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner
+                                      | QFileDevice::ReadUser | QFileDevice::WriteUser | QFileDevice::ExeUser
+                                      | QFileDevice::ReadGroup | QFileDevice::WriteGroup | QFileDevice::ExeGroup
+                                      | QFileDevice::ReadOther | QFileDevice::WriteOther | QFileDevice::ExeOther);
+}
+
+} // namespace
 
 int main(int argc, char** argv)
 {
@@ -47,6 +67,9 @@ int main(int argc, char** argv)
         // Nor does it touch the favourites that the users of this machine share.
         BlockBookmarkRepository::setCommonDataFolder(QDir(parser.value(walk)).absoluteFilePath(QStringLiteral("shared")));
     }
+    // Runs that only take pictures leave the machine as they found it.
+    if (!walking && !parser.isSet(screenshot))
+        prepareSharedBookmarkFolder();
 
     StudioWindow window;
     const QStringList args = parser.positionalArguments();

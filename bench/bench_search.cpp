@@ -1,8 +1,9 @@
 // Costs of the block search panel: a search in the libraries and in the hierarchy of the open area,
 // from the click on "Suche starten" to the filled and sorted result tree. The floor is the same walk
 // over the same model objects with plain `QString::contains` on the same texts, its hits put as
-// plain rows into a bare sorted QTreeWidget of four columns.
-//   QT_QPA_PLATFORM=offscreen ./build/bench/bench_search [runs]
+// plain rows into a bare sorted QTreeWidget of four columns; both clear the hits of the run before.
+//   QT_QPA_PLATFORM=offscreen ./build-rel/bench/bench_search [runs]
+// Two sizes, 1000 and 10000 block versions and instances, show how the cost grows.
 #include "BenchTable.h"
 
 #include "Block.h"
@@ -37,9 +38,9 @@ struct Fixture
     std::unique_ptr<Project> project;
     BlockInstanceArea* area = nullptr;
 
-    // Libraries: 5000 blocks of two versions each in two containers (10000 versions).
-    // Hierarchy: 100 composite blocks side by side, each holding 100 gates (10100 instances).
-    Fixture()
+    // Libraries: size / 2 blocks of two versions each in two containers (size versions).
+    // Hierarchy: size / 100 composite blocks side by side, each holding 100 gates.
+    explicit Fixture(int size)
     {
         project.reset(Project::createEmpty());
         area = project->areas().first();
@@ -50,7 +51,7 @@ struct Fixture
             containers.append(container);
         }
         using ModelBuilder::PinSpec;
-        for (int i = 0; i < 5000; ++i) {
+        for (int i = 0; i < size / 2; ++i) {
             BlockLibrary* library = containers.at(i % 2)->library();
             const QString identifier = QStringLiteral("StandardBlock_%1").arg(10000 + i);
             const QString name = QStringLiteral("Baustein %1").arg(i);
@@ -62,7 +63,7 @@ struct Fixture
             containers.first()->library(), QStringLiteral("StandardBlock_1"), QStringLiteral("UND"),
             {{QStringLiteral("E1")}, {QStringLiteral("E2")}}, {{QStringLiteral("A")}}, QStringLiteral("and")));
         BlockCode* root = area->rootDefinition()->code();
-        for (int c = 0; c < 100; ++c) {
+        for (int c = 0; c < size / 100; ++c) {
             Block* block = ModelBuilder::composite(containers.first()->library(), QStringLiteral("StandardBlock_%1").arg(1000 + c),
                                                    QStringLiteral("Gruppe %1").arg(c), {{QStringLiteral("E")}}, {{QStringLiteral("A")}});
             BlockCode* code = ModelBuilder::newest(block)->code();
@@ -185,13 +186,10 @@ struct Case
     bool libraries;
 };
 
-} // namespace
-
-int main(int argc, char** argv)
+// One model of the size, searched in each way, with the view made once as in the editor.
+void runSize(int size, int runs)
 {
-    QApplication app(argc, argv);
-    const int runs = argc > 1 ? QByteArray(argv[1]).toInt() : 7;
-    Fixture fixture;
+    Fixture fixture(size);
 
     BlockSearchView view;
     view.resize(400, 541);
@@ -212,7 +210,6 @@ int main(int argc, char** argv)
         {"hierarchy, every gate a hit", QStringLiteral("und"), false},
     };
 
-    printHeader();
     for (const Case& c : cases) {
         inLibrary->setChecked(c.libraries);
         inHierarchy->setChecked(!c.libraries);
@@ -223,9 +220,11 @@ int main(int argc, char** argv)
         });
         const int hits = hitCount(results);
 
-        std::unique_ptr<QTreeWidget> plain;
+        // Both clear the hits of the run before, as a new search does.
+        std::unique_ptr<QTreeWidget> plain = plainTree();
         int plainHits = 0;
-        const BenchResult floor = measure(runs, [&] { plain = plainTree(); }, [&] {
+        const BenchResult floor = measure(runs, nullptr, [&] {
+            plain->clear();
             plainHits = c.libraries ? plainLibrarySearch(plain.get(), c.text) : plainHierarchySearch(plain.get(), fixture.area, c.text);
             QCoreApplication::processEvents();
         });
@@ -235,5 +234,16 @@ int main(int argc, char** argv)
         const QByteArray label = QByteArray(c.name) + " (" + QByteArray::number(hits) + ")";
         printRow(label.constData(), walked, ours, floor);
     }
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QApplication app(argc, argv);
+    const int runs = argc > 1 ? QByteArray(argv[1]).toInt() : 7;
+    printHeader();
+    for (int size : {1000, 10000})
+        runSize(size, runs);
     return 0;
 }

@@ -6,6 +6,7 @@
 
 #include "Block.h"
 #include "BlockDefinition.h"
+#include "BlockPreview.h"
 #include "BlockRepository.h"
 #include "LanguageManager.h"
 #include "System.h"
@@ -50,13 +51,6 @@ QIcon iconOf(const BlockDefinition* definition)
     return QIcon(QPixmap::fromImage(image));
 }
 
-// The picture under the cursor while a bookmark is dragged: the block's list icon for now. The
-// block preview takes its place once it draws blocks.
-QPixmap dragPicture(const BlockDefinition* definition)
-{
-    return iconOf(definition).pixmap(BlockDefinition::SmallIconSize);
-}
-
 void collectBelow(const QTreeWidgetItem* row, QSet<const QTreeWidgetItem*>& below)
 {
     for (int i = 0; i < row->childCount(); ++i) {
@@ -69,6 +63,7 @@ void collectBelow(const QTreeWidgetItem* row, QSet<const QTreeWidgetItem*>& belo
 
 BlockBookmarkWidget::BlockBookmarkWidget(QWidget* parent)
     : QTreeWidget(parent)
+    , preview(new BlockPreview)
 {
     setProperty("HelpId", QStringLiteral("BlockGroupsWidget"));
     // Help keys that the tree leaves unused travel on to the parent, where they are answered.
@@ -76,7 +71,10 @@ BlockBookmarkWidget::BlockBookmarkWidget(QWidget* parent)
         parent->installEventFilter(this);
 }
 
-BlockBookmarkWidget::~BlockBookmarkWidget() = default;
+BlockBookmarkWidget::~BlockBookmarkWidget()
+{
+    delete preview;
+}
 
 void BlockBookmarkWidget::setup()
 {
@@ -337,7 +335,9 @@ void BlockBookmarkWidget::mouseMoveEvent(QMouseEvent* event)
         const QTreeWidgetItem* row = itemAt(dragStart);
         if (QMimeData* data = dragData(row)) {
             auto* drag = new QDrag(this);
-            drag->setPixmap(dragPicture(definitionOfRow(row)));
+            const QImage picture = preview->image(definitionOfRow(row));
+            if (!picture.isNull())
+                drag->setPixmap(QPixmap::fromImage(picture));
             drag->setHotSpot(QPoint(40, 10));
             drag->setMimeData(data);
             drag->exec(Qt::CopyAction);

@@ -11,6 +11,7 @@
 class BlockBookmarkItem;
 class BlockBookmarkRepository;
 class BlockDefinition;
+class BlockPreview;
 class BlockRepository;
 class QMenu;
 class QMimeData;
@@ -60,6 +61,8 @@ private:
     BlockRepository* repository = nullptr;
     QMenu* menu = nullptr;
     QPoint dragStart;
+    // Draws the picture under the cursor while a bookmark is dragged; made once, reused.
+    BlockPreview* preview = nullptr;
     QHash<QString, QTreeWidgetItem*> rows;
     QHash<QString, QTreeWidgetItem*> seen;
 };

@@ -46,11 +46,6 @@ void BlockLibraryView::initialize()
     connect(d->groupsWidget, &BlockGroupsWidget::groupSelected, d->blocksWidget, &BlocksWidget::updatePath);
 }
 
-void BlockLibraryView::setFavourites(BlockFavourites* pFavourites)
-{
-    d->blocksWidget->setFavourites(pFavourites);
-}
-
 BlockGroupsWidget* BlockLibraryView::groupsWidget() const
 {
     return d->groupsWidget;

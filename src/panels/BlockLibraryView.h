@@ -6,7 +6,6 @@
 #include <QWidget>
 
 class BlockDefinition;
-class BlockFavourites;
 class BlockGroupsWidget;
 class BlockLibraryViewPrivate;
 class BlocksWidget;
@@ -22,8 +21,6 @@ public:
 
     // Called once when the editor is set up; nothing works before it.
     void initialize();
-    // Hands the keeper of favourites to the list of versions.
-    void setFavourites(BlockFavourites* pFavourites);
 
     BlockGroupsWidget* groupsWidget() const;
     BlocksWidget* blocksWidget() const;

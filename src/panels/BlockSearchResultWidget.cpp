@@ -1,7 +1,8 @@
 #include "BlockSearchResultWidget.h"
 #include "BlockSearchResultWidgetPrivate.h"
 
-#include "BlockSearchBookmarks.h"
+#include "BlockBookmarkRepository.h"
+#include "BlockPreview.h"
 
 #include "Block.h"
 #include "BlockDefinition.h"
@@ -14,15 +15,14 @@
 #include <QAction>
 #include <QApplication>
 #include <QDrag>
-#include <QFontMetrics>
 #include <QHeaderView>
 #include <QIcon>
+#include <QImage>
 #include <QKeyEvent>
 #include <QMenu>
 #include <QMessageBox>
 #include <QMimeData>
 #include <QMouseEvent>
-#include <QPainter>
 #include <QPixmap>
 #include <QTreeWidgetItem>
 #include <QVBoxLayout>
@@ -34,7 +34,6 @@ const char* const DefinitionMimeType = "zk6/blockdefinitionidentifier";
 constexpr int NodeRole = Qt::UserRole;
 constexpr int DefinitionRole = Qt::UserRole + 1;
 constexpr int StarColumn = 3;
-constexpr int DragPictureWidth = 300;
 
 const void* storedPointer(const QTreeWidgetItem* item, int role)
 {
@@ -44,14 +43,6 @@ const void* storedPointer(const QTreeWidgetItem* item, int role)
 QIcon defaultBlockIcon()
 {
     return QIcon(QStringLiteral(":/Resources/DefaultBlockIconSmall.png"));
-}
-
-QIcon definitionIcon(const BlockDefinition* definition)
-{
-    QPixmap pixmap;
-    if (!pixmap.loadFromData(definition->smallListImage()))
-        return defaultBlockIcon();
-    return QIcon(pixmap);
 }
 
 // Number by the order of kinds, or the identifier for a block of none of them.
@@ -67,32 +58,11 @@ bool isStarBlock(const BlockDefinition* definition)
     return block && !block->isLocalBlock() && !block->isFallbackBlock();
 }
 
-// The drag picture: icon, name and number on a white card of the preview's width.
-QPixmap dragPicture(BlockDefinition* definition)
-{
-    const Block* block = definition->block();
-    const QString text = block ? block->name().text() + QStringLiteral(" (") + numberOrIdentifier(block) + QLatin1Char(')')
-                               : QString();
-    const QFont font = QApplication::font();
-    const QFontMetrics metrics(font);
-    const int iconSize = BlockDefinition::SmallIconSize;
-    const int height = qMax(iconSize, metrics.height()) + 8;
-    QPixmap pixmap(DragPictureWidth, height);
-    pixmap.fill(Qt::white);
-    QPainter painter(&pixmap);
-    painter.setPen(Qt::black);
-    painter.drawRect(pixmap.rect().adjusted(0, 0, -1, -1));
-    definitionIcon(definition).paint(&painter, QRect(4, (height - iconSize) / 2, iconSize, iconSize));
-    painter.setFont(font);
-    const QRect textRect(iconSize + 10, 0, DragPictureWidth - iconSize - 14, height);
-    painter.drawText(textRect, Qt::AlignVCenter | Qt::AlignLeft, metrics.elidedText(text, Qt::ElideRight, textRect.width()));
-    return pixmap;
-}
-
 } // namespace
 
 BlockSearchResultWidgetPrivate::BlockSearchResultWidgetPrivate(BlockSearchResultWidget* pOwner)
     : QTreeWidget(pOwner)
+    , preview(new BlockPreview)
     , owner(pOwner)
     , starIcon(QStringLiteral(":/Resources/star.png"))
     , starEmptyIcon(QStringLiteral(":/Resources/starEmpty.png"))
@@ -103,7 +73,10 @@ BlockSearchResultWidgetPrivate::BlockSearchResultWidgetPrivate(BlockSearchResult
     connect(this, &BlockSearchResultWidgetPrivate::needToShowInLibrary, owner, &BlockSearchResultWidget::needToShowInLibrary);
 }
 
-BlockSearchResultWidgetPrivate::~BlockSearchResultWidgetPrivate() = default;
+BlockSearchResultWidgetPrivate::~BlockSearchResultWidgetPrivate()
+{
+    delete preview;
+}
 
 void BlockSearchResultWidgetPrivate::setup()
 {
@@ -127,11 +100,16 @@ void BlockSearchResultWidgetPrivate::setup()
     connect(this, SIGNAL(itemDoubleClicked(QTreeWidgetItem*,int)), this, SLOT(onItemDoubleClicked(QTreeWidgetItem*,int)));
     connect(this, SIGNAL(customContextMenuRequested(QPoint)), this, SLOT(onShowContextMenu(QPoint)));
     connect(this, SIGNAL(itemClicked(QTreeWidgetItem*,int)), this, SLOT(blockItemClicked(QTreeWidgetItem*,int)));
-    owner->setBookmarks(BlockSearchBookmarks::shared());
+    bookmarks = &BlockBookmarkRepository::instance();
+    connect(bookmarks, &BlockBookmarkRepository::changed, this, &BlockSearchResultWidgetPrivate::refreshStars);
 }
 
 void BlockSearchResultWidgetPrivate::clearResults()
 {
+    qDeleteAll(pendingHierarchyRows);
+    qDeleteAll(pendingLibraryRows);
+    pendingHierarchyRows.clear();
+    pendingLibraryRows.clear();
     QTreeWidget::clear();
     hierarchySection = nullptr;
     librarySection = nullptr;
@@ -208,7 +186,10 @@ void BlockSearchResultWidgetPrivate::insertHierarchyItem(BlockInstanceHierarchyN
         row->setIcon(0, iconOf(definition));
         setStar(row, definition);
     }
-    section(hierarchySection, BlockSearchResultWidget::tr("Hierarchie"))->addChild(row);
+    if (collecting)
+        pendingHierarchyRows.append(row);
+    else
+        section(hierarchySection, BlockSearchResultWidget::tr("Hierarchie"))->addChild(row);
 }
 
 void BlockSearchResultWidgetPrivate::insertLibraryItem(BlockDefinition* pBlockDefinition)
@@ -227,7 +208,26 @@ void BlockSearchResultWidgetPrivate::insertLibraryItem(BlockDefinition* pBlockDe
     row->setData(1, Qt::DisplayRole, numberOrIdentifier(block));
     row->setData(2, Qt::DisplayRole, pBlockDefinition->version());
     setStar(row, pBlockDefinition);
-    section(librarySection, BlockSearchResultWidget::tr("Bibliothek"))->addChild(row);
+    if (collecting)
+        pendingLibraryRows.append(row);
+    else
+        section(librarySection, BlockSearchResultWidget::tr("Bibliothek"))->addChild(row);
+}
+
+void BlockSearchResultWidgetPrivate::beginCollecting()
+{
+    collecting = true;
+}
+
+void BlockSearchResultWidgetPrivate::endCollecting()
+{
+    collecting = false;
+    if (!pendingHierarchyRows.isEmpty())
+        section(hierarchySection, BlockSearchResultWidget::tr("Hierarchie"))->addChildren(pendingHierarchyRows);
+    if (!pendingLibraryRows.isEmpty())
+        section(librarySection, BlockSearchResultWidget::tr("Bibliothek"))->addChildren(pendingLibraryRows);
+    pendingHierarchyRows.clear();
+    pendingLibraryRows.clear();
 }
 
 BlockInstanceHierarchyNode* BlockSearchResultWidgetPrivate::validNode(const QTreeWidgetItem* pItem) const
@@ -270,7 +270,7 @@ void BlockSearchResultWidgetPrivate::setStar(QTreeWidgetItem* pItem, BlockDefini
 {
     if (!isStarBlock(pBlockDefinition))
         return;
-    const bool marked = bookmarks && bookmarks->hasBookmark(pBlockDefinition);
+    const bool marked = bookmarks && bookmarks->isBookmarked(pBlockDefinition);
     pItem->setIcon(StarColumn, marked ? starIcon : starEmptyIcon);
 }
 
@@ -382,7 +382,7 @@ void BlockSearchResultWidgetPrivate::blockItemClicked(QTreeWidgetItem* item, int
     BlockDefinition* definition = definitionOfRow(item);
     if (!isStarBlock(definition) || !bookmarks)
         return;
-    if (bookmarks->hasBookmark(definition))
+    if (bookmarks->isBookmarked(definition))
         bookmarks->removeBookmarks(definition);
     else
         bookmarks->addBookmark(definition);
@@ -422,7 +422,9 @@ void BlockSearchResultWidgetPrivate::mouseMoveEvent(QMouseEvent* event)
             mime->setData(QLatin1String(DefinitionMimeType),
                           (block->identifier() + QLatin1Char(';') + QString::number(definition->version())).toLatin1());
             auto* drag = new QDrag(this);
-            drag->setPixmap(dragPicture(definition));
+            const QImage picture = preview->image(definition);
+            if (!picture.isNull())
+                drag->setPixmap(QPixmap::fromImage(picture));
             drag->setHotSpot(QPoint(40, 10));
             drag->setMimeData(mime);
             drag->exec(Qt::CopyAction);
@@ -448,18 +450,6 @@ void BlockSearchResultWidget::setup()
 void BlockSearchResultWidget::setBlockInstanceArea(BlockInstanceArea* pArea)
 {
     d->area = pArea;
-}
-
-void BlockSearchResultWidget::setBookmarks(BlockSearchBookmarks* pBookmarks)
-{
-    if (d->bookmarks == pBookmarks)
-        return;
-    if (d->bookmarks)
-        disconnect(d->bookmarks, nullptr, d.data(), nullptr);
-    d->bookmarks = pBookmarks;
-    if (pBookmarks)
-        connect(pBookmarks, &BlockSearchBookmarks::changed, d.data(), &BlockSearchResultWidgetPrivate::refreshStars);
-    d->refreshStars();
 }
 
 void BlockSearchResultWidget::clear()

@@ -9,7 +9,6 @@
 class BlockDefinition;
 class BlockInstanceArea;
 class BlockInstanceHierarchyNode;
-class BlockSearchBookmarks;
 class BlockSearchResultWidgetPrivate;
 
 // The hits of a block search: a tree with a section "Hierarchie" for instances of the open area
@@ -26,8 +25,6 @@ public:
     void setup();
     // The area whose hierarchy the stored hits belong to; hits are tested against it before use.
     void setBlockInstanceArea(BlockInstanceArea* pArea);
-    // Taken from BlockSearchBookmarks::shared() by the setup; null shows empty stars only.
-    void setBookmarks(BlockSearchBookmarks* pBookmarks);
 
 Q_SIGNALS:
     void needToShowInHierarchy(const QString& path);
@@ -41,5 +38,6 @@ public Q_SLOTS:
 
 private:
     friend class BlockSearchResultWidgetPrivate;
+    friend class BlockSearchViewPrivate;
     QScopedPointer<BlockSearchResultWidgetPrivate> d;
 };

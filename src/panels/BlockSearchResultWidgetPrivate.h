@@ -11,7 +11,8 @@
 class BlockDefinition;
 class BlockInstanceArea;
 class BlockInstanceHierarchyNode;
-class BlockSearchBookmarks;
+class BlockBookmarkRepository;
+class BlockPreview;
 class BlockSearchResultWidget;
 class QTreeWidgetItem;
 
@@ -36,12 +37,18 @@ public:
     // The row's own definition, or else that of its valid node's instance.
     BlockDefinition* definitionOfRow(const QTreeWidgetItem* pItem) const;
     void refreshStars();
+    // While a search runs, its rows are kept aside and join their sections in one insertion at
+    // the end: a sorted tree would otherwise take each row as an insertion of its own.
+    void beginCollecting();
+    void endCollecting();
 
     QTreeWidgetItem* hierarchySection = nullptr;
     QTreeWidgetItem* librarySection = nullptr;
     QPoint dragStart;
-    // The drag shows a plain picture of icon, name and number until the block preview is at hand.
-    QPointer<BlockSearchBookmarks> bookmarks;
+    // Made with the tree and reused for every drag picture.
+    BlockPreview* preview = nullptr;
+    // The process's favourites, taken by the setup; until then the stars are empty.
+    BlockBookmarkRepository* bookmarks = nullptr;
     QPointer<BlockInstanceArea> area;
     BlockSearchResultWidget* owner;
 
@@ -76,6 +83,9 @@ private:
     QSet<const void*> hierarchyHits;
     QHash<const void*, QPointer<BlockDefinition>> libraryHits;
     QHash<const void*, QIcon> icons;
+    bool collecting = false;
+    QList<QTreeWidgetItem*> pendingHierarchyRows;
+    QList<QTreeWidgetItem*> pendingLibraryRows;
     const QIcon starIcon;
     const QIcon starEmptyIcon;
     const QIcon defaultIcon;

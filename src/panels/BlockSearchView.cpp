@@ -4,6 +4,7 @@
 #include "ui_BlockSearchView.h"
 
 #include "BlockSearchResultWidget.h"
+#include "BlockSearchResultWidgetPrivate.h"
 
 #include "Block.h"
 #include "BlockDefinition.h"
@@ -52,10 +53,12 @@ void BlockSearchViewPrivate::startSearch()
     searchText = caseSensitive ? text : text.toLower();
 
     QApplication::setOverrideCursor(Qt::WaitCursor);
+    results->d->beginCollecting();
     if (ui->inHierarchyCheckBox->isChecked() && area && area->hierarchy())
         searchHierarchy(area->hierarchy()->rootNode());
     if (ui->inLibraryCheckBox->isChecked())
         searchLibraries();
+    results->d->endCollecting();
     QApplication::restoreOverrideCursor();
 }
 

@@ -2,8 +2,8 @@
 
 #include "AccessLevel.h"
 #include "Block.h"
+#include "BlockBookmarkRepository.h"
 #include "BlockDefinition.h"
-#include "BlockFavourites.h"
 #include "BlockLibrary.h"
 #include "BlockLibraryContainer.h"
 #include "BlockPreview.h"
@@ -13,6 +13,7 @@
 #include "System.h"
 
 #include <QAction>
+#include <QPair>
 #include <QApplication>
 #include <QDrag>
 #include <QFileDialog>
@@ -28,16 +29,31 @@
 #include <QScopedPointer>
 #include <QTreeWidgetItem>
 
+#include <algorithm>
+
 const QString BlocksWidget::MimeType = QStringLiteral("zk6/blockdefinitionidentifier");
 
 namespace {
 
-QIcon listIcon(const BlockDefinition* definition)
+// Blocks of a library mostly share a few pictures, and many have none: each picture is decoded
+// once per fill.
+QIcon listIcon(const BlockDefinition* definition, QHash<QByteArray, QIcon>& decoded)
 {
+    const QByteArray bytes = definition->smallListImage();
+    auto it = decoded.constFind(bytes);
+    if (it != decoded.constEnd())
+        return it.value();
     QPixmap pixmap;
-    if (!pixmap.loadFromData(definition->smallListImage()))
+    if (!pixmap.loadFromData(bytes))
         pixmap.load(QStringLiteral(":/Resources/DefaultBlockIconSmall.png"));
-    return QIcon(pixmap);
+    return decoded.insert(bytes, QIcon(pixmap)).value();
+}
+
+const QIcon& starIcon(bool favourite)
+{
+    static const QIcon star(QStringLiteral(":/Resources/star.png"));
+    static const QIcon empty(QStringLiteral(":/Resources/starEmpty.png"));
+    return favourite ? star : empty;
 }
 
 // Numbers sort as numbers and print without padding; a block without one shows its identifier.
@@ -102,30 +118,14 @@ void BlocksWidget::setup()
     setEditTriggers(QAbstractItemView::NoEditTriggers);
     setSortingEnabled(true);
     m_repository = &BlockRepository::instance();
+    m_bookmarks = &BlockBookmarkRepository::instance();
     connect(m_repository, &BlockRepository::groupsChanged, this, &BlocksWidget::update);
     connect(&System::instance(), &SystemInformation::userAccessLevelCodeChanged, this, &BlocksWidget::update);
     connect(&LanguageManager::instance(), &LanguageManager::activeLanguageChanged, this, &BlocksWidget::update);
-    if (m_favourites)
-        connect(m_favourites, &BlockFavourites::changed, this, &BlocksWidget::update, Qt::UniqueConnection);
+    // Every change of the favourites, ours or another process's, refills the list for its stars.
+    connect(m_bookmarks, &BlockBookmarkRepository::changed, this, &BlocksWidget::update);
     connect(this, &QWidget::customContextMenuRequested, this, &BlocksWidget::showContextMenu);
     connect(this, &QTreeWidget::itemClicked, this, &BlocksWidget::blockItemClicked);
-}
-
-void BlocksWidget::setFavourites(BlockFavourites* pFavourites)
-{
-    if (m_favourites == pFavourites)
-        return;
-    if (m_favourites)
-        disconnect(m_favourites, &BlockFavourites::changed, this, &BlocksWidget::update);
-    m_favourites = pFavourites;
-    if (m_favourites && m_repository)
-        connect(m_favourites, &BlockFavourites::changed, this, &BlocksWidget::update, Qt::UniqueConnection);
-    update();
-}
-
-BlockFavourites* BlocksWidget::favourites() const
-{
-    return m_favourites;
 }
 
 BlockDefinition* BlocksWidget::definitionOf(const QTreeWidgetItem* row)
@@ -153,16 +153,32 @@ BlockDefinition* BlocksWidget::currentDefinition() const
     return definitionOf(currentItem());
 }
 
+BlockBookmarkRepository& BlocksWidget::bookmarks() const
+{
+    return m_bookmarks ? *m_bookmarks : BlockBookmarkRepository::instance();
+}
+
+void BlocksWidget::toggleBookmark(BlockDefinition* definition)
+{
+    if (!definition || !definition->block())
+        return;
+    // Either call refills the list through changed(): the clicked row is gone afterwards.
+    if (!bookmarks().isBookmarked(definition))
+        bookmarks().addBookmark(definition);
+    else
+        bookmarks().removeBookmarks(definition);
+}
+
 void BlocksWidget::update()
 {
     updatePath(m_currentPath);
 }
 
-void BlocksWidget::addRow(BlockDefinition* definition)
+QTreeWidgetItem* BlocksWidget::makeRow(BlockDefinition* definition, QHash<QByteArray, QIcon>& icons) const
 {
     const Block* block = definition->block();
     auto* row = new QTreeWidgetItem;
-    row->setIcon(NameColumn, listIcon(definition));
+    row->setIcon(NameColumn, listIcon(definition, icons));
     row->setText(NameColumn, block->name().text());
     row->setToolTip(NameColumn, definition->toolTipText());
     row->setData(NumberColumn, Qt::DisplayRole, numberOf(block));
@@ -170,9 +186,8 @@ void BlocksWidget::addRow(BlockDefinition* definition)
     row->setData(VersionColumn, IdentifierRole, block->identifier());
     row->setData(VersionColumn, VersionRole, definition->version());
     row->setData(VersionColumn, DefinitionRole, QVariant::fromValue(static_cast<void*>(definition)));
-    const bool favourite = m_favourites && m_favourites->isFavourite(definition);
-    row->setIcon(FavouriteColumn, QIcon(favourite ? QStringLiteral(":/Resources/star.png") : QStringLiteral(":/Resources/starEmpty.png")));
-    addTopLevelItem(row);
+    row->setIcon(FavouriteColumn, starIcon(bookmarks().isBookmarked(definition)));
+    return row;
 }
 
 void BlocksWidget::updatePath(QString groupPath)
@@ -239,11 +254,31 @@ void BlocksWidget::updatePath(QString groupPath)
     // Sorting while filling would place each row by a search; one sort at the end is cheaper.
     const bool sorting = isSortingEnabled();
     setSortingEnabled(false);
+    // In the order the view's sort will give (by name as plain text, stable), so that its sort
+    // finds little to move.
+    QList<QPair<QString, BlockDefinition*>> byName;
+    byName.reserve(found.size());
     for (BlockDefinition* definition : std::as_const(found))
-        addRow(definition);
+        byName.append({definition->block()->name().text(), definition});
+    std::stable_sort(byName.begin(), byName.end(), [](const auto& left, const auto& right) { return left.first < right.first; });
+    found.clear();
+    for (const auto& entry : std::as_const(byName))
+        found.append(entry.second);
+
+    QHash<QByteArray, QIcon> icons;
+    QList<QTreeWidgetItem*> rows;
+    rows.reserve(found.size());
+    for (BlockDefinition* definition : std::as_const(found))
+        rows.append(makeRow(definition, icons));
+    addTopLevelItems(rows);
     m_currentPath = groupPath;
-    setSortingEnabled(sorting);
-    sortItems(NameColumn, Qt::AscendingOrder);
+    // Back to the name, sorted once: turning sorting on sorts by the header's indicator.
+    if (sorting) {
+        header()->setSortIndicator(NameColumn, Qt::AscendingOrder);
+        setSortingEnabled(true);
+    } else {
+        sortItems(NameColumn, Qt::AscendingOrder);
+    }
 }
 
 void BlocksWidget::selectBlock(QString identifier, uint version)
@@ -331,7 +366,7 @@ void BlocksWidget::showContextMenu(QPoint point)
         m_favouriteAction->setCheckable(true);
         connect(m_favouriteAction, SIGNAL(triggered()), this, SLOT(addOrRemoveBlockToBookmark()));
     }
-    m_favouriteAction->setChecked(m_favourites && m_favourites->isFavourite(definition));
+    m_favouriteAction->setChecked(bookmarks().isBookmarked(definition));
     m_contextMenu->addAction(m_favouriteAction);
     m_contextMenu->addSeparator();
 
@@ -365,24 +400,19 @@ void BlocksWidget::blockItemClicked(QTreeWidgetItem* item, int column)
 {
     if (column != FavouriteColumn)
         return;
-    BlockDefinition* definition = definitionOf(item);
-    if (!definition || !definition->block() || !m_favourites)
-        return;
-    m_favourites->toggle(definition);
+    toggleBookmark(definitionOf(item));
 }
 
 void BlocksWidget::addBlockToBookmark()
 {
-    BlockDefinition* definition = currentDefinition();
-    if (definition && m_favourites)
-        m_favourites->add(definition);
+    // No test for a favourite that exists: each call adds one more.
+    if (BlockDefinition* definition = currentDefinition())
+        bookmarks().addBookmark(definition);
 }
 
 void BlocksWidget::addOrRemoveBlockToBookmark()
 {
-    BlockDefinition* definition = currentDefinition();
-    if (definition && definition->block() && m_favourites)
-        m_favourites->toggle(definition);
+    toggleBookmark(currentDefinition());
 }
 
 void BlocksWidget::deleteSelectedBlock()

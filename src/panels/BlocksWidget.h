@@ -2,13 +2,15 @@
 
 #include "zkblockview_export.h"
 
+#include <QHash>
+#include <QIcon>
 #include <QPoint>
 #include <QPointer>
 #include <QString>
 #include <QTreeWidget>
 
+class BlockBookmarkRepository;
 class BlockDefinition;
-class BlockFavourites;
 class BlockLibrary;
 class BlockLibraryContainer;
 class BlockPreview;
@@ -36,9 +38,6 @@ public:
 
     // Called once by the panel after construction.
     void setup();
-    // Who keeps the user's favourites; without one every star is empty and a click does nothing.
-    void setFavourites(BlockFavourites* pFavourites);
-    BlockFavourites* favourites() const;
 
     QString currentPath() const { return m_currentPath; }
     // The definition of a row, or null.
@@ -81,7 +80,7 @@ protected:
 private:
     QString m_currentPath;
     BlockRepository* m_repository = nullptr;
-    QPointer<BlockFavourites> m_favourites;
+    BlockBookmarkRepository* m_bookmarks = nullptr;
     QPoint m_dragStart;
     BlockPreview* m_preview = nullptr;
     QPointer<BlockLibrary> m_currentLibrary;
@@ -90,7 +89,10 @@ private:
     QAction* m_favouriteAction = nullptr;
 
     BlockDefinition* currentDefinition() const;
+    BlockBookmarkRepository& bookmarks() const;
+    // A new favourite at the root if the definition has none, else none of it is left anywhere.
+    void toggleBookmark(BlockDefinition* definition);
     QList<BlockLibraryContainer*> moveTargets(const BlockDefinition* definition) const;
-    void addRow(BlockDefinition* definition);
+    QTreeWidgetItem* makeRow(BlockDefinition* definition, QHash<QByteArray, QIcon>& icons) const;
     void exportGraphics();
 };

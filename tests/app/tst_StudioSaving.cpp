@@ -1,5 +1,7 @@
+#include "EditSteps.h"
 #include "ModalAnswer.h"
 #include "ScratchSettings.h"
+#include "TestModel.h"
 #include "TestRegistry.h"
 
 #include "ProjectChangeWatch.h"
@@ -37,8 +39,6 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QUndoStack>
-
-#include <algorithm>
 
 namespace {
 
@@ -137,38 +137,9 @@ QMap<QString, QByteArray> codeTextOf(const Project* project)
 {
     QMap<QString, QByteArray> texts;
     const QMap<QString, BlockCode*> codes = codesOf(project);
-    for (auto it = codes.constBegin(); it != codes.constEnd(); ++it) {
-        QList<unsigned int> identifiers;
-        for (BlockInstance* instance : it.value()->instances())
-            identifiers.append(instance->identifier());
-        std::sort(identifiers.begin(), identifiers.end());
-        texts.insert(it.key(), it.value()->text(identifiers) + "\n--\n" + it.value()->signalsAsText(identifiers));
-    }
+    for (auto it = codes.constBegin(); it != codes.constEnd(); ++it)
+        texts.insert(it.key(), wholeText(it.value()));
     return texts;
-}
-
-// The edit scene of the active area's level, for a user allowed to edit it.
-BlockDefinitionScene* enterEditMode(StudioWindow& window)
-{
-    auto* view = qobject_cast<BlockHierarchyNodeView*>(window.activeCodeView());
-    if (!view || !view->setBlockDefinitionEditMode(true))
-        return nullptr;
-    return qobject_cast<BlockDefinitionScene*>(view->scene());
-}
-
-// A move as the user makes it: the items go, then the move is recorded on the stack.
-bool moveByCommand(BlockDefinitionScene* scene, const QList<QGraphicsItem*>& items, const QPointF& delta)
-{
-    if (!scene->moveItems(items, delta.x(), delta.y()))
-        return false;
-    scene->undoStack()->push(new MoveCommand(scene, items, delta));
-    return true;
-}
-
-QGraphicsItem* firstBlockItem(BlockDefinitionScene* scene)
-{
-    const QList<BlockItem*> items = scene->blockItemMap().values();
-    return items.isEmpty() ? nullptr : items.first();
 }
 
 } // namespace
@@ -263,7 +234,7 @@ void tst_StudioSaving::openingAndViewingIsNoChange()
     for (BlockInstanceArea* area : window.project()->areas())
         QVERIFY(window.openArea(area));
     window.openArea(window.project()->areas().at(1));
-    BlockDefinitionScene* scene = enterEditMode(window);
+    BlockDefinitionScene* scene = enterEditMode(window.activeCodeView());
     QVERIFY(scene);
     auto* view = qobject_cast<BlockHierarchyNodeView*>(window.activeCodeView());
     view->setBlockDefinitionEditMode(false);
@@ -276,7 +247,7 @@ void tst_StudioSaving::aMoveMarksTheProjectAndUndoClearsIt()
 {
     StudioWindow window;
     QVERIFY(window.openSample());
-    BlockDefinitionScene* scene = enterEditMode(window);
+    BlockDefinitionScene* scene = enterEditMode(window.activeCodeView());
     QVERIFY(scene);
     QSignalSpy marked(window.changeWatch(), &ProjectChangeWatch::modifiedChanged);
     QGraphicsItem* item = firstBlockItem(scene);
@@ -325,9 +296,7 @@ void tst_StudioSaving::savingClearsTheMarker()
     QVERIFY(window.save());
     QVERIFY(!window.isWindowModified());
     QVERIFY(!window.isProjectModified());
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    QCOMPARE(file.readAll(), window.project()->projectText());
+    QCOMPARE(readFile(path), window.project()->projectText());
 }
 
 void tst_StudioSaving::saveWithoutFileAsksForOne()
@@ -378,18 +347,14 @@ void tst_StudioSaving::saveWritesTheKnownFileAgain()
     QVERIFY(!*dialog);
     withdrawModalAnswers();
     QCOMPARE(window.project()->filePath(), path);
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    QVERIFY(file.readAll().contains("geändert"));
+    QVERIFY(readFile(path).contains("geändert"));
     // And "Speichern unter..." writes a second file, which becomes the project's.
     const QString other = m_dir->filePath(QStringLiteral("kopie.zkproj"));
     auto answered = answerSaveDialog(other);
     window.findChild<QAction*>(QStringLiteral("saveAs"))->trigger();
     QVERIFY(*answered);
     QCOMPARE(window.project()->filePath(), QFileInfo(other).absoluteFilePath());
-    QFile copy(other);
-    QVERIFY(copy.open(QIODevice::ReadOnly));
-    QCOMPARE(copy.readAll(), window.project()->projectText());
+    QCOMPARE(readFile(other), window.project()->projectText());
 }
 
 void tst_StudioSaving::saveLeavesNoTemporaryFiles()
@@ -455,9 +420,7 @@ void tst_StudioSaving::closingAsks()
     QVERIFY(*answered);
     QVERIFY2(text.contains(QStringLiteral("Beispielanlage")), qPrintable(text));
     QCOMPARE(window.isVisible(), !closed);
-    QFile file(project->filePath());
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    QCOMPARE(file.readAll().contains("geändert"), written);
+    QCOMPARE(readFile(project->filePath()).contains("geändert"), written);
     // Cancelled, everything stays as it was: the project, its edit, the marker.
     QCOMPARE(window.project(), project);
     QCOMPARE(project->projectText(), before);
@@ -498,9 +461,7 @@ void tst_StudioSaving::openingAnotherAsks()
     QVERIFY(*answered);
     QCOMPARE(window.project() == project.data(), !closed);
     QCOMPARE(project.isNull(), closed);
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    QCOMPARE(file.readAll().contains("geändert"), written);
+    QCOMPARE(readFile(path).contains("geändert"), written);
     // The new project comes up unmodified; a cancelled one keeps its marker.
     QCOMPARE(window.isWindowModified(), !closed);
     // The sample from the menu asks as well.
@@ -550,7 +511,7 @@ void tst_StudioSaving::walkOfEditsLoadsBackWithTheSameCode()
     QVERIFY(original.size() > 3);
 
     // Moves in the editor of the first axis: one block right, then two at once down.
-    BlockDefinitionScene* scene = enterEditMode(window);
+    BlockDefinitionScene* scene = enterEditMode(window.activeCodeView());
     QVERIFY(scene);
     const QList<BlockItem*> items = scene->blockItemMap().values();
     QVERIFY(items.size() >= 3);

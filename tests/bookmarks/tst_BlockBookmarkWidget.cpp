@@ -1,5 +1,7 @@
 #include "BookmarkFiles.h"
+#include "DragCapture.h"
 #include "MenuLookup.h"
+#include "Pictures.h"
 #include "TestModel.h"
 #include "TestRegistry.h"
 
@@ -11,10 +13,12 @@
 #include "BlockBookmarkWidget.h"
 #include "BlockDefinition.h"
 #include "BlockLibrary.h"
+#include "BlockPreview.h"
 #include "BlockRepository.h"
 #include "ModelBuilder.h"
 #include "System.h"
 
+#include <QApplication>
 #include <QDropEvent>
 #include <QHeaderView>
 #include <QKeyEvent>
@@ -148,6 +152,42 @@ private Q_SLOTS:
         QCOMPARE(data->data(QStringLiteral("zk6/blockdefinitionidentifier")), QByteArray("StandardBlock_1;0"));
         QCOMPARE(tree->dragData(rowOf(*tree, folder->id())), nullptr);
         QCOMPARE(tree->dragData(nullptr), nullptr);
+    }
+
+    // The picture under the cursor is the block as the preview draws it, 300 wide and in the
+    // block's proportion, with both formats and the hot spot of the library list's drag.
+    void dragShowsTheBlockPreview()
+    {
+        TestModel model;
+        BlockBookmarkFolder* folder = bookmarks().addFolder(QStringLiteral("F"), nullptr);
+        BlockBookmark* mark = addMark(model, QStringLiteral("StandardBlock_1"), folder);
+        BlockBookmarkView view;
+        view.resize(400, 300);
+        view.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&view));
+        BlockBookmarkWidget* tree = view.bookmarkWidget();
+        tree->expandAll();
+        QWidget* viewport = tree->viewport();
+        const QPoint start = centreOf(*tree, rowOf(*tree, mark->id()));
+        QTest::mousePress(viewport, Qt::LeftButton, Qt::NoModifier, start);
+        const QPoint far = start + QPoint(QApplication::startDragDistance() + 2, 0);
+        const DragRecord drag = captureDrag(tree, [&] {
+            QMouseEvent move(QEvent::MouseMove, QPointF(far), viewport->mapToGlobal(QPointF(far)), Qt::NoButton, Qt::LeftButton,
+                             Qt::NoModifier);
+            QApplication::sendEvent(viewport, &move);
+        });
+        QTest::mouseRelease(viewport, Qt::LeftButton, Qt::NoModifier, far);
+        QVERIFY(drag.started);
+        QCOMPARE(drag.payload.value(QStringLiteral("zk6/blockbookmarkidentifier")), QByteArray("StandardBlock_1;0"));
+        QCOMPARE(drag.payload.value(QStringLiteral("zk6/blockdefinitionidentifier")), QByteArray("StandardBlock_1;0"));
+        QCOMPARE(drag.hotSpot, QPoint(40, 10));
+        const QImage expected = BlockPreview().image(definitionOf(model, QStringLiteral("StandardBlock_1")));
+        QVERIFY(!expected.isNull());
+        QCOMPARE(drag.picture.size(), expected.size());
+        QCOMPARE(drag.picture.width(), 300);
+        QVERIFY(inkedPixels(drag.picture) > 0);
+        QCOMPARE(drag.picture.convertToFormat(QImage::Format_ARGB32_Premultiplied),
+                 expected.convertToFormat(QImage::Format_ARGB32_Premultiplied));
     }
 
     void dropOnABookmarkPutsTheSourceFirstInItsFolder()

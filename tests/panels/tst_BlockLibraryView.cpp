@@ -1,8 +1,9 @@
-#include "TestFavourites.h"
+#include "BookmarkFiles.h"
 #include "TestModel.h"
 #include "TestRegistry.h"
 
 #include "Block.h"
+#include "BlockBookmarkRepository.h"
 #include "BlockDefinition.h"
 #include "BlockGroupsWidget.h"
 #include "BlockLibrary.h"
@@ -14,6 +15,8 @@
 #include "ModelBuilder.h"
 #include "System.h"
 
+#include <QIcon>
+#include <QImage>
 #include <QLayout>
 #include <QSignalSpy>
 #include <QSplitter>
@@ -63,6 +66,7 @@ private:
 void tst_BlockLibraryView::init()
 {
     repository().clear();
+    resetBookmarks();
     System::instance().setUserAccessLevelCode(3);
     LanguageManager::instance().setActiveLanguage(LanguageManager::German);
     repository().setBlockGroupName(1, german(QStringLiteral("Logik")));
@@ -81,6 +85,7 @@ void tst_BlockLibraryView::init()
 
 void tst_BlockLibraryView::cleanup()
 {
+    resetBookmarks();
     repository().clear();
     System::instance().setUserAccessLevelCode(3);
 }
@@ -212,17 +217,20 @@ void tst_BlockLibraryView::hiddenDefinitionSelectsOnlyTheGroup()
 
 void tst_BlockLibraryView::favouritesReachTheList()
 {
-    TestFavourites favourites;
     BlockLibraryView view;
     view.initialize();
-    view.setFavourites(&favourites);
-    QCOMPARE(view.blocksWidget()->favourites(), &favourites);
     Block* counter = repository().block(QStringLiteral("UserBlock_1"));
     view.selectBlockDefinition(counter->blockDefinition(0));
-    view.blocksWidget()->addBlockToBookmark();
-    QCOMPARE(favourites.count(counter->blockDefinition(0)), 1);
-    // The change refills the list.
-    QVERIFY(!view.blocksWidget()->currentItem());
+    BlocksWidget* list = view.blocksWidget();
+    QCOMPARE(BlocksWidget::definitionOf(list->currentItem()), counter->blockDefinition(0));
+    const QImage star = QIcon(QStringLiteral(":/Resources/star.png")).pixmap(16).toImage();
+    QVERIFY(list->currentItem()->icon(BlocksWidget::FavouriteColumn).pixmap(16).toImage() != star);
+    list->addBlockToBookmark();
+    QCOMPARE(bookmarkTree(BlockBookmarkRepository::instance().rootFolder()), QStringList{QStringLiteral("UserBlock_1;0")});
+    // The change refills the list, with the star lit.
+    QVERIFY(!list->currentItem());
+    list->selectBlock(QStringLiteral("UserBlock_1"), 0);
+    QCOMPARE(list->currentItem()->icon(BlocksWidget::FavouriteColumn).pixmap(16).toImage(), star);
 }
 
 ZK_TEST_REGISTER(tst_BlockLibraryView)

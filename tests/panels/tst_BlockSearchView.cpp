@@ -1,14 +1,19 @@
+#include "BookmarkFiles.h"
+#include "DragCapture.h"
 #include "MenuLookup.h"
 #include "ModalAnswer.h"
+#include "Pictures.h"
 #include "TestModel.h"
 #include "TestRegistry.h"
 
-#include "BlockSearchBookmarks.h"
 #include "BlockSearchResultWidget.h"
 #include "BlockSearchResultWidgetPrivate.h"
 #include "BlockSearchView.h"
 
 #include "Block.h"
+#include "BlockBookmark.h"
+#include "BlockBookmarkFolder.h"
+#include "BlockBookmarkRepository.h"
 #include "BlockCode.h"
 #include "BlockDefinition.h"
 #include "BlockInstance.h"
@@ -18,6 +23,7 @@
 #include "BlockLibrary.h"
 #include "BlockLibraryContainer.h"
 #include "BlockPin.h"
+#include "BlockPreview.h"
 #include "BlockRepository.h"
 #include "LanguageManager.h"
 #include "LineEdit.h"
@@ -40,7 +46,6 @@
 #include <QSet>
 #include <QSignalSpy>
 #include <QTest>
-#include <QTimer>
 #include <QTreeWidgetItem>
 #include <QVBoxLayout>
 
@@ -58,27 +63,21 @@ Text german(const QString& text)
     return Text(LanguageManager::German, text);
 }
 
-// Favourites kept in memory, with the signal the real repository sends after each change.
-class MemoryBookmarks : public BlockSearchBookmarks
+BlockBookmarkRepository& favourites()
 {
-public:
-    bool hasBookmark(BlockDefinition* pBlockDefinition) const override { return marked.contains(pBlockDefinition); }
-    void addBookmark(BlockDefinition* pBlockDefinition) override
-    {
-        ++added;
-        marked.insert(pBlockDefinition);
-        Q_EMIT changed();
-    }
-    void removeBookmarks(BlockDefinition* pBlockDefinition) override
-    {
-        ++removed;
-        marked.remove(pBlockDefinition);
-        Q_EMIT changed();
-    }
-    QSet<const BlockDefinition*> marked;
-    int added = 0;
-    int removed = 0;
-};
+    return BlockBookmarkRepository::instance();
+}
+
+// The favourites' tree as lines (see bookmarkTree) and the entries of their file.
+QStringList favouriteTree()
+{
+    return bookmarkTree(favourites().rootFolder());
+}
+
+QStringList favouriteFile()
+{
+    return bookmarkFileOrder(readBookmarkFile());
+}
 
 // A project with blocks of every kind that the search tells apart, and a root code that holds an
 // instance of each of them.
@@ -319,6 +318,7 @@ private Q_SLOTS:
     void goneNodeShowsMessage_data();
     void goneNodeShowsMessage();
     void goneAreaMakesEveryNodeInvalid();
+    void goneDefinitionIsNeverTouched();
     void contextMenuEntries();
     void contextMenuJumps();
     void noContextMenuWithoutCurrentRow();
@@ -334,7 +334,6 @@ private Q_SLOTS:
 
 private:
     std::unique_ptr<SearchModel> m;
-    std::unique_ptr<MemoryBookmarks> bookmarks;
 };
 
 void tst_BlockSearchView::init()
@@ -342,15 +341,13 @@ void tst_BlockSearchView::init()
     qRegisterMetaType<BlockDefinition*>();
     closeHelpWindow();
     BlockRepository::instance().clear();
+    resetBookmarks();
     m = std::make_unique<SearchModel>();
-    bookmarks = std::make_unique<MemoryBookmarks>();
-    BlockSearchBookmarks::setShared(bookmarks.get());
 }
 
 void tst_BlockSearchView::cleanup()
 {
-    BlockSearchBookmarks::setShared(nullptr);
-    bookmarks.reset();
+    resetBookmarks();
     m.reset();
     BlockRepository::instance().clear();
     closeHelpWindow();
@@ -1026,6 +1023,51 @@ void tst_BlockSearchView::goneAreaMakesEveryNodeInvalid()
     QCOMPARE(code.size(), 0);
 }
 
+void tst_BlockSearchView::goneDefinitionIsNeverTouched()
+{
+    Block* block = ModelBuilder::primitive(m->standard->library(), QStringLiteral("StandardBlock_50"), QStringLiteral("Vergaenglich"),
+                                           {{QStringLiteral("E")}}, {{QStringLiteral("A")}});
+    BlockSearchView view;
+    view.setBlockInstanceRoot(m->area);
+    view.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&view));
+    QSignalSpy library(&view, &BlockSearchView::needToShowInLibrary);
+    QSignalSpy asked(&BlockRepository::instance(), &BlockRepository::helpRequested);
+    search(view, QStringLiteral("vergaenglich"), onlyNames());
+    BlockSearchResultWidgetPrivate* tree = treeOf(view);
+    QTreeWidgetItem* row = hitRow(tree, QStringLiteral("Bibliothek"), QStringLiteral("Vergaenglich"));
+    QVERIFY(row);
+    tree->setCurrentItem(row);
+    block->deleteDefinition(0);
+    QVERIFY(block->versions().isEmpty());
+
+    QVERIFY(!tree->definitionOfRow(row));
+    tree->onItemDoubleClicked(row, 0);
+    tree->showCurrentBlockInLibraryView();
+    tree->blockItemClicked(row, 3);
+    tree->addBlockToBookmark();
+    QCOMPARE(favouriteTree(), QStringList());
+    // The stars are set again on a change by anyone; the gone row is passed over.
+    favourites().addBookmark(SearchModel::def(m->andBlock));
+    QCOMPARE(library.size(), 0);
+    QCOMPARE(favouriteTree(), QStringList{QStringLiteral("StandardBlock_1;0")});
+    QKeyEvent press(QEvent::KeyPress, Qt::Key_F1, Qt::NoModifier);
+    QApplication::sendEvent(child<BlockSearchResultWidget>(&view, "blockSearchResultWidget"), &press);
+    QCOMPARE(asked.size(), 1);
+    QCOMPARE(asked.first().first().toString(), QString());
+    closeHelpWindow();
+
+    // Nor is it dragged.
+    const QPoint start = tree->visualItemRect(row).center();
+    QTest::mousePress(tree->viewport(), Qt::LeftButton, Qt::NoModifier, start);
+    const QPoint far = start + QPoint(QApplication::startDragDistance() + 2, 0);
+    QMouseEvent move(QEvent::MouseMove, QPointF(far), tree->viewport()->mapToGlobal(QPointF(far)), Qt::NoButton, Qt::LeftButton,
+                     Qt::NoModifier);
+    QApplication::sendEvent(tree->viewport(), &move);
+    QVERIFY(!tree->findChild<QDrag*>());
+    QTest::mouseRelease(tree->viewport(), Qt::LeftButton, Qt::NoModifier, far);
+}
+
 void tst_BlockSearchView::contextMenuEntries()
 {
     BlockSearchView view;
@@ -1115,10 +1157,13 @@ void tst_BlockSearchView::noContextMenuWithoutCurrentRow()
 void tst_BlockSearchView::starsShowFavourites()
 {
     m->orBlock->setFallbackBlock(true);
-    bookmarks->marked.insert(SearchModel::def(m->andBlock));
+    // A favourite in a folder counts as much as one at the root.
+    BlockBookmarkFolder* folder = favourites().addFolder(QStringLiteral("Logik"), nullptr);
+    favourites().addItem(new BlockBookmark(nullptr, SearchModel::def(m->andBlock)), folder);
     BlockSearchView view;
     view.setBlockInstanceRoot(m->area);
     BlockSearchResultWidgetPrivate* tree = treeOf(view);
+    QCOMPARE(tree->bookmarks, &BlockBookmarkRepository::instance());
     search(view, QStringLiteral("und"), onlyNames());
     QCOMPARE(starOf(hitRow(tree, QStringLiteral("Bibliothek"), QStringLiteral("UND"))), kStar);
     QCOMPARE(starOf(hitRow(tree, QStringLiteral("Hierarchie"), QStringLiteral("g1"))), kStar);
@@ -1144,34 +1189,42 @@ void tst_BlockSearchView::starClickTogglesFavourite()
     BlockSearchResultWidgetPrivate* tree = treeOf(view);
     QTreeWidgetItem* libraryRow = hitRow(tree, QStringLiteral("Bibliothek"), QStringLiteral("UND"));
     QTreeWidgetItem* nodeRow = hitRow(tree, QStringLiteral("Hierarchie"), QStringLiteral("g2"));
-    BlockDefinition* definition = SearchModel::def(m->andBlock);
+    QSignalSpy changed(&favourites(), &BlockBookmarkRepository::changed);
 
     // Other columns don't toggle.
     tree->blockItemClicked(libraryRow, 0);
     tree->blockItemClicked(libraryRow, 2);
     tree->blockItemClicked(nullptr, 3);
-    QCOMPARE(bookmarks->added + bookmarks->removed, 0);
+    QCOMPARE(changed.size(), 0);
+    QCOMPARE(favouriteTree(), QStringList());
 
+    // A new favourite at the root, written to the shared file at once.
     tree->blockItemClicked(libraryRow, 3);
-    QCOMPARE(bookmarks->added, 1);
-    QVERIFY(bookmarks->marked.contains(definition));
+    QCOMPARE(favouriteTree(), QStringList{QStringLiteral("StandardBlock_1;0")});
+    QCOMPARE(favouriteFile(), QStringList{QStringLiteral("blockbookmark StandardBlock_1")});
     // Every row of the same definition follows.
     QCOMPARE(starOf(libraryRow), kStar);
     QCOMPARE(starOf(nodeRow), kStar);
 
-    // A hierarchy row toggles its instance's definition.
+    // A hierarchy row toggles its instance's definition, and takes away its favourites in every
+    // folder; the folders stay.
+    BlockBookmarkFolder* folder = favourites().addFolder(QStringLiteral("Logik"), nullptr);
+    favourites().addItem(new BlockBookmark(nullptr, SearchModel::def(m->andBlock)), folder);
+    QCOMPARE(favouriteTree(), (QStringList{QStringLiteral("StandardBlock_1;0"), QStringLiteral("[Logik]"), QStringLiteral("  StandardBlock_1;0")}));
     tree->blockItemClicked(nodeRow, 3);
-    QCOMPARE(bookmarks->removed, 1);
-    QVERIFY(!bookmarks->marked.contains(definition));
+    QCOMPARE(favouriteTree(), QStringList{QStringLiteral("[Logik]")});
+    QCOMPARE(favouriteFile(), QStringList{QStringLiteral("folder Logik")});
     QCOMPARE(starOf(libraryRow), kStarEmpty);
+    QCOMPARE(starOf(nodeRow), kStarEmpty);
     QCOMPARE(starOf(hitRow(tree, QStringLiteral("Hierarchie"), QStringLiteral("g1"))), kStarEmpty);
 
     // A section row and a local block don't toggle anything.
+    changed.clear();
     tree->blockItemClicked(sectionRow(tree, QStringLiteral("Bibliothek")), 3);
     search(view, QStringLiteral("lokal"), onlyNames());
     tree->blockItemClicked(hitRow(tree, QStringLiteral("Hierarchie"), QStringLiteral("lokal")), 3);
-    QCOMPARE(bookmarks->added, 1);
-    QCOMPARE(bookmarks->removed, 1);
+    QCOMPARE(changed.size(), 0);
+    QCOMPARE(favouriteTree(), QStringList{QStringLiteral("[Logik]")});
 }
 
 void tst_BlockSearchView::starsFollowOutsideChanges()
@@ -1181,18 +1234,29 @@ void tst_BlockSearchView::starsFollowOutsideChanges()
     search(view, QStringLiteral("und"), onlyNames());
     BlockSearchResultWidgetPrivate* tree = treeOf(view);
     QTreeWidgetItem* row = hitRow(tree, QStringLiteral("Hierarchie"), QStringLiteral("g1"));
+    QTreeWidgetItem* libraryRow = hitRow(tree, QStringLiteral("Bibliothek"), QStringLiteral("UND"));
     QCOMPARE(starOf(row), kStarEmpty);
-    bookmarks->addBookmark(SearchModel::def(m->andBlock));
-    QCOMPARE(starOf(row), kStar);
-    QCOMPARE(starOf(hitRow(tree, QStringLiteral("Bibliothek"), QStringLiteral("UND"))), kStar);
 
-    // Without favourites there are empty stars and nothing to toggle; a deleted repository is none.
-    bookmarks.reset();
-    search(view, QStringLiteral("und"), onlyNames());
-    row = hitRow(tree, QStringLiteral("Hierarchie"), QStringLiteral("g1"));
+    // A favourite made elsewhere in the process, as by the library list.
+    favourites().addBookmark(SearchModel::def(m->andBlock));
+    QCOMPARE(starOf(row), kStar);
+    QCOMPARE(starOf(libraryRow), kStar);
+    const QByteArray withFavourite = readBookmarkFile();
+    QVERIFY(!withFavourite.isEmpty());
+
+    // Removed in the favourites' own tree.
+    favourites().removeItem(favourites().rootFolder()->child(0)->id());
     QCOMPARE(starOf(row), kStarEmpty);
-    tree->blockItemClicked(row, 3);
-    QCOMPARE(starOf(row), kStarEmpty);
+    QCOMPARE(starOf(libraryRow), kStarEmpty);
+
+    // Another process writes the shared file: the tree is read again and the stars follow.
+    writeBookmarkFile(withFavourite);
+    QTRY_COMPARE(starOf(row), kStar);
+    QCOMPARE(starOf(libraryRow), kStar);
+    BlockBookmarkFolder empty(nullptr, QString());
+    writeBookmarkFile(BlockBookmarkRepository::iniText(&empty));
+    QTRY_COMPARE(starOf(row), kStarEmpty);
+    QCOMPARE(starOf(libraryRow), kStarEmpty);
 }
 
 void tst_BlockSearchView::starClickOnGoneNodeDoesNothing()
@@ -1206,28 +1270,32 @@ void tst_BlockSearchView::starClickOnGoneNodeDoesNothing()
     QTreeWidgetItem* row = hitRow(tree, QStringLiteral("Hierarchie"), QStringLiteral("g1"));
     m->area->rootDefinition()->code()->deleteInstance(m->gate1->identifier());
     tree->blockItemClicked(row, 3);
-    QCOMPARE(bookmarks->added + bookmarks->removed, 0);
+    QCOMPARE(favouriteTree(), QStringList());
     // The refresh after an outside change passes over it as well.
-    bookmarks->addBookmark(SearchModel::def(m->andBlock));
+    favourites().addBookmark(SearchModel::def(m->andBlock));
     QCOMPARE(starOf(row), kStarEmpty);
     QCOMPARE(starOf(hitRow(tree, QStringLiteral("Hierarchie"), QStringLiteral("g2"))), kStar);
 }
 
 void tst_BlockSearchView::addBlockToBookmarkAddsAtRoot()
 {
+    favourites().addFolder(QStringLiteral("Logik"), nullptr);
     BlockSearchView view;
     view.setBlockInstanceRoot(m->area);
     search(view, QStringLiteral("und"), onlyNames());
     BlockSearchResultWidgetPrivate* tree = treeOf(view);
     tree->setCurrentItem(hitRow(tree, QStringLiteral("Hierarchie"), QStringLiteral("g1")));
     tree->addBlockToBookmark();
-    QCOMPARE(bookmarks->added, 0);
+    QCOMPARE(favouriteTree(), QStringList{QStringLiteral("[Logik]")});
     tree->setCurrentItem(hitRow(tree, QStringLiteral("Bibliothek"), QStringLiteral("UND")));
     tree->addBlockToBookmark();
     tree->addBlockToBookmark();
-    // No test for one that exists.
-    QCOMPARE(bookmarks->added, 2);
-    QVERIFY(bookmarks->marked.contains(SearchModel::def(m->andBlock)));
+    // No test for one that exists; each goes to the end of the root, whatever is current there.
+    const QStringList expected{QStringLiteral("[Logik]"), QStringLiteral("StandardBlock_1;0"), QStringLiteral("StandardBlock_1;0")};
+    QCOMPARE(favouriteTree(), expected);
+    QCOMPARE(favouriteFile(), (QStringList{QStringLiteral("folder Logik"), QStringLiteral("blockbookmark StandardBlock_1"),
+                                           QStringLiteral("blockbookmark StandardBlock_1")}));
+    QCOMPARE(starOf(hitRow(tree, QStringLiteral("Bibliothek"), QStringLiteral("UND"))), kStar);
 }
 
 void tst_BlockSearchView::helpKey_data()
@@ -1285,46 +1353,32 @@ void tst_BlockSearchView::dragOfALibraryHit()
     QVERIFY(row);
     const QPoint start = tree->visualItemRect(row).center();
 
-    QByteArray payload;
-    QPoint hotSpot;
-    int pictureWidth = 0;
-    bool seen = false;
-    auto look = [&] {
-        auto* drag = tree->findChild<QDrag*>();
-        if (!drag || seen)
-            return;
-        seen = true;
-        payload = drag->mimeData()->data(QStringLiteral("zk6/blockdefinitionidentifier"));
-        hotSpot = drag->hotSpot();
-        pictureWidth = drag->pixmap().width();
-    };
-    // Where the drag runs a loop of its own, look at it from inside and let Escape end it; without
-    // a pressed button the platform ends it at once, and the finished drag is still there to see.
-    QTimer watcher;
-    watcher.setInterval(5);
-    connect(&watcher, &QTimer::timeout, this, [&] {
-        if (seen || !tree->findChild<QDrag*>())
-            return;
-        look();
-        QTest::keyClick(tree->viewport(), Qt::Key_Escape);
-    });
-    watcher.start();
     QTest::mousePress(tree->viewport(), Qt::LeftButton, Qt::NoModifier, start);
     QVERIFY(tree->dragStart == start);
     // Short of the start distance nothing happens.
-    QMouseEvent near(QEvent::MouseMove, QPointF(start + QPoint(1, 0)), tree->viewport()->mapToGlobal(QPointF(start + QPoint(1, 0))),
-                     Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
-    QApplication::sendEvent(tree->viewport(), &near);
-    QVERIFY(!seen);
+    DragRecord drag = captureDrag(tree, [&] {
+        QMouseEvent near(QEvent::MouseMove, QPointF(start + QPoint(1, 0)), tree->viewport()->mapToGlobal(QPointF(start + QPoint(1, 0))),
+                         Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(tree->viewport(), &near);
+    });
+    QVERIFY(!drag.started);
     const QPoint far = start + QPoint(QApplication::startDragDistance() + 2, 0);
-    QMouseEvent move(QEvent::MouseMove, QPointF(far), tree->viewport()->mapToGlobal(QPointF(far)), Qt::NoButton, Qt::LeftButton,
-                     Qt::NoModifier);
-    QApplication::sendEvent(tree->viewport(), &move);
-    look();
-    QVERIFY(seen);
-    QCOMPARE(payload, QByteArrayLiteral("StandardBlock_20;0"));
-    QCOMPARE(hotSpot, QPoint(40, 10));
-    QCOMPARE(pictureWidth, 300);
+    drag = captureDrag(tree, [&] {
+        QMouseEvent move(QEvent::MouseMove, QPointF(far), tree->viewport()->mapToGlobal(QPointF(far)), Qt::NoButton, Qt::LeftButton,
+                         Qt::NoModifier);
+        QApplication::sendEvent(tree->viewport(), &move);
+    });
+    QVERIFY(drag.started);
+    QCOMPARE(drag.payload.value(QStringLiteral("zk6/blockdefinitionidentifier")), QByteArrayLiteral("StandardBlock_20;0"));
+    QCOMPARE(drag.hotSpot, QPoint(40, 10));
+    const QImage picture = drag.picture;
+    // The picture is the block as the preview draws it: 300 wide, in the block's proportion.
+    const QImage expected = BlockPreview().image(SearchModel::def(m->regler));
+    QVERIFY(!expected.isNull());
+    QCOMPARE(picture.size(), expected.size());
+    QCOMPARE(picture.width(), 300);
+    QVERIFY(inkedPixels(picture) > 0);
+    QCOMPARE(picture.convertToFormat(QImage::Format_ARGB32_Premultiplied), expected.convertToFormat(QImage::Format_ARGB32_Premultiplied));
 }
 
 void tst_BlockSearchView::noDragOfAHierarchyHit()
@@ -1340,25 +1394,14 @@ void tst_BlockSearchView::noDragOfAHierarchyHit()
     QTreeWidgetItem* row = hitRow(tree, QStringLiteral("Hierarchie"), QStringLiteral("r"));
     QVERIFY(row);
     const QPoint start = tree->visualItemRect(row).center();
-    bool seen = false;
-    QTimer guard;
-    guard.setInterval(0);
-    connect(&guard, &QTimer::timeout, this, [&] {
-        if (tree->findChild<QDrag*>()) {
-            seen = true;
-            QTest::keyClick(tree->viewport(), Qt::Key_Escape);
-        }
-    });
-    guard.start();
     QTest::mousePress(tree->viewport(), Qt::LeftButton, Qt::NoModifier, start);
     const QPoint far = start + QPoint(QApplication::startDragDistance() + 2, 0);
-    QMouseEvent move(QEvent::MouseMove, QPointF(far), tree->viewport()->mapToGlobal(QPointF(far)), Qt::NoButton, Qt::LeftButton,
-                     Qt::NoModifier);
-    QApplication::sendEvent(tree->viewport(), &move);
-    seen = seen || tree->findChild<QDrag*>();
-    QCoreApplication::processEvents();
-    guard.stop();
-    QVERIFY(!seen);
+    const DragRecord drag = captureDrag(tree, [&] {
+        QMouseEvent move(QEvent::MouseMove, QPointF(far), tree->viewport()->mapToGlobal(QPointF(far)), Qt::NoButton, Qt::LeftButton,
+                         Qt::NoModifier);
+        QApplication::sendEvent(tree->viewport(), &move);
+    });
+    QVERIFY(!drag.started);
     QTest::mouseRelease(tree->viewport(), Qt::LeftButton, Qt::NoModifier, far);
     // A press beside every row forgets the start.
     QTest::mousePress(tree->viewport(), Qt::LeftButton, Qt::NoModifier, QPoint(5, tree->viewport()->height() - 2));

@@ -1,16 +1,21 @@
+#include "BookmarkFiles.h"
 #include "MenuLookup.h"
 #include "ModalAnswer.h"
-#include "TestFavourites.h"
 #include "TestModel.h"
 #include "TestRegistry.h"
 
 #include "Block.h"
+#include "BlockBookmark.h"
+#include "BlockBookmarkFolder.h"
+#include "BlockBookmarkRepository.h"
 #include "BlockCode.h"
 #include "BlockDefinition.h"
 #include "BlockLibrary.h"
 #include "BlockLibraryContainer.h"
+#include "BlockPreview.h"
 #include "BlockRepository.h"
 #include "BlocksWidget.h"
+#include "LibraryBlockDefinitionSubWindow.h"
 #include "LanguageManager.h"
 #include "ModelBuilder.h"
 #include "System.h"
@@ -22,6 +27,10 @@
 #include <QFileDialog>
 #include <QHeaderView>
 #include <QKeyEvent>
+#include <QLineEdit>
+#include <QMainWindow>
+#include <QMdiArea>
+#include <QMdiSubWindow>
 #include <QMenu>
 #include <QMessageBox>
 #include <QMimeData>
@@ -101,6 +110,7 @@ struct DragRecord
     QByteArray payload;
     QPoint hotSpot;
     QSize pixmapSize;
+    QImage picture;
 };
 
 std::shared_ptr<DragRecord> watchForDrag(QWidget* source)
@@ -112,6 +122,7 @@ std::shared_ptr<DragRecord> watchForDrag(QWidget* source)
             record->payload = drag->mimeData()->data(BlocksWidget::MimeType);
             record->hotSpot = drag->hotSpot();
             record->pixmapSize = drag->pixmap().size();
+            record->picture = drag->pixmap().toImage();
             QDrag::cancel();
         }
     });
@@ -129,6 +140,7 @@ private Q_SLOTS:
     void cleanup();
 
     void construction();
+    void favouritesHeardFromSetupOn();
     void setupPreparesList();
     void rowsOfAGroup();
     void rowDataSitsInTheVersionColumn();
@@ -139,6 +151,7 @@ private Q_SLOTS:
     void containerWithoutVisibleBlocksGivesEmptyList();
     void currentLibraryStaysAfterGroupSelected();
     void sameDefinitionCountDoesNotRefresh();
+    void oneChangeIsOneFill();
     void onlyVisibleVersionsAppear();
     void templateRowsNeverAppear_data();
     void templateRowsNeverAppear();
@@ -149,6 +162,7 @@ private Q_SLOTS:
     void starClickTogglesAndRefills();
     void clickOutsideStarColumnDoesNothing();
     void favouritesChangeRefillsList();
+    void favouritesOfAnotherProcessRedrawStars();
     void addBlockToBookmarkAddsAgain();
     void menuOfAStandardBlock();
     void menuOfAUserBlock();
@@ -168,11 +182,16 @@ private Q_SLOTS:
     void dragCarriesPayloadAndPicture();
     void doubleClickDoesNothing();
     void helpKeyAsksForTheRowsBlock();
+    void propertiesFollowWritability_data();
+    void propertiesFollowWritability();
+    void showSelectedBlockCodeActivatesTheSubWindow();
     void graphicExportOnlyForTopLevel_data();
     void graphicExportOnlyForTopLevel();
 
 private:
     BlockRepository& repository() { return BlockRepository::instance(); }
+    BlockBookmarkRepository& bookmarks() { return BlockBookmarkRepository::instance(); }
+    int bookmarkCount(const BlockDefinition* definition) { return int(bookmarks().bookmarks(definition).size()); }
     BlockLibraryContainer* addContainer(const QString& identifier, unsigned int kind, const QString& name);
     Block* addBlock(BlockLibraryContainer* container, const QString& identifier, const QString& name, const QString& groupPath);
     void prepare(BlocksWidget& widget);
@@ -185,12 +204,12 @@ private:
     BlockLibraryContainer* internal = nullptr;
     Block* counter = nullptr;
     Block* filter = nullptr;
-    std::unique_ptr<TestFavourites> favourites;
 };
 
 void tst_BlocksWidget::init()
 {
     repository().clear();
+    resetBookmarks();
     System::instance().setUserAccessLevelCode(3);
     LanguageManager::instance().setActiveLanguage(LanguageManager::German);
     closeHelpWindow();
@@ -211,13 +230,13 @@ void tst_BlocksWidget::init()
     filter = addBlock(user, QStringLiteral("UserBlock_2"), QStringLiteral("Filter"), QString());
     filter->setUserBlock(true);
     internal = addContainer(QStringLiteral("I"), BlockLibraryContainer::InternalLibraryKind, QStringLiteral("Intern"));
-    favourites = std::make_unique<TestFavourites>();
 }
 
 void tst_BlocksWidget::cleanup()
 {
+    System::instance().setMainWindow(nullptr);
     closeHelpWindow();
-    favourites.reset();
+    resetBookmarks();
     repository().clear();
     System::instance().setUserAccessLevelCode(3);
 }
@@ -238,7 +257,6 @@ Block* tst_BlocksWidget::addBlock(BlockLibraryContainer* container, const QStrin
 
 void tst_BlocksWidget::prepare(BlocksWidget& widget)
 {
-    widget.setFavourites(favourites.get());
     widget.setup();
 }
 
@@ -249,6 +267,21 @@ void tst_BlocksWidget::construction()
     QCOMPARE(widget.topLevelItemCount(), 0);
     QVERIFY(widget.currentPath().isEmpty());
     QCOMPARE(BlocksWidget::MimeType, QStringLiteral("zk6/blockdefinitionidentifier"));
+}
+
+void tst_BlocksWidget::favouritesHeardFromSetupOn()
+{
+    BlocksWidget widget;
+    widget.updatePath(QStringLiteral("Eigene"));
+    widget.setCurrentItem(widget.topLevelItem(0));
+    // Not connected yet: a change of the favourites leaves the list alone.
+    Q_EMIT bookmarks().changed();
+    QVERIFY(widget.currentItem());
+    widget.setup();
+    widget.setCurrentItem(widget.topLevelItem(0));
+    Q_EMIT bookmarks().changed();
+    QVERIFY(!widget.currentItem());
+    QCOMPARE(widget.topLevelItemCount(), 4);
 }
 
 void tst_BlocksWidget::setupPreparesList()
@@ -419,6 +452,19 @@ void tst_BlocksWidget::sameDefinitionCountDoesNotRefresh()
     QVERIFY(names(widget).contains(QStringLiteral("Tiefpass v1")));
 }
 
+void tst_BlocksWidget::oneChangeIsOneFill()
+{
+    BlocksWidget widget;
+    prepare(widget);
+    widget.updatePath(QStringLiteral("Eigene"));
+    // The repository reports the library's change as one of the groups, and the library reports it
+    // itself: the list fills once, in one insertion.
+    QSignalSpy inserted(widget.model(), &QAbstractItemModel::rowsInserted);
+    counter->createDefinition(3);
+    QCOMPARE(inserted.count(), 1);
+    QCOMPARE(widget.topLevelItemCount(), 5);
+}
+
 void tst_BlocksWidget::onlyVisibleVersionsAppear()
 {
     Block* add = repository().block(QStringLiteral("StandardBlock_10"));
@@ -513,7 +559,11 @@ void tst_BlocksWidget::currentItemChangedEmitsBlockSelected()
 
 void tst_BlocksWidget::starsFollowFavourites()
 {
-    favourites->entries.append(counter->blockDefinition(1));
+    bookmarks().addBookmark(counter->blockDefinition(1));
+    // A favourite deep in a folder is one as well.
+    BlockBookmarkFolder* outer = bookmarks().addFolder(QStringLiteral("Aussen"), nullptr);
+    BlockBookmarkFolder* inner = bookmarks().addFolder(QStringLiteral("Innen"), outer);
+    bookmarks().addItem(new BlockBookmark(nullptr, filter->blockDefinition(0)), inner);
     BlocksWidget widget;
     prepare(widget);
     widget.updatePath(QStringLiteral("Eigene"));
@@ -521,13 +571,11 @@ void tst_BlocksWidget::starsFollowFavourites()
     const QImage empty = QIcon(QStringLiteral(":/Resources/starEmpty.png")).pixmap(16).toImage();
     QVERIFY(star != empty);
     QCOMPARE(rowOf(widget, counter->blockDefinition(1))->icon(3).pixmap(16).toImage(), star);
+    QCOMPARE(rowOf(widget, filter->blockDefinition(0))->icon(3).pixmap(16).toImage(), star);
+    // Another version of the same block is no favourite.
     QCOMPARE(rowOf(widget, counter->blockDefinition(0))->icon(3).pixmap(16).toImage(), empty);
-
-    // Without a keeper of favourites every star is empty.
-    BlocksWidget bare;
-    bare.setup();
-    bare.updatePath(QStringLiteral("Eigene"));
-    QCOMPARE(rowOf(bare, counter->blockDefinition(1))->icon(3).pixmap(16).toImage(), empty);
+    QCOMPARE(rowOf(widget, counter->blockDefinition(2))->icon(3).pixmap(16).toImage(), empty);
+    QVERIFY(rowOf(widget, counter->blockDefinition(1))->text(3).isEmpty());
 }
 
 void tst_BlocksWidget::starClickTogglesAndRefills()
@@ -540,14 +588,21 @@ void tst_BlocksWidget::starClickTogglesAndRefills()
     widget.updatePath(QStringLiteral("Eigene"));
     BlockDefinition* definition = counter->blockDefinition(2);
     widget.setCurrentItem(rowOf(widget, definition));
-    const QRect star = widget.visualItemRect(rowOf(widget, definition));
-    const QPoint where(widget.header()->sectionViewportPosition(3) + 5, star.center().y());
+    const QRect rowRect = widget.visualItemRect(rowOf(widget, definition));
+    const QPoint where(widget.header()->sectionViewportPosition(3) + 5, rowRect.center().y());
+    const QImage star = QIcon(QStringLiteral(":/Resources/star.png")).pixmap(16).toImage();
+    const QImage empty = QIcon(QStringLiteral(":/Resources/starEmpty.png")).pixmap(16).toImage();
     QTest::mouseClick(widget.viewport(), Qt::LeftButton, Qt::NoModifier, where);
-    QCOMPARE(favourites->count(definition), 1);
-    // Refilled: the current row is gone.
+    // A new favourite at the root, written to the shared file at once.
+    QCOMPARE(bookmarkTree(bookmarks().rootFolder()), QStringList{QStringLiteral("UserBlock_1;2")});
+    QCOMPARE(bookmarkFileTree(), QStringList{QStringLiteral("UserBlock_1;2")});
+    // Refilled: the current row is gone, the star is lit.
     QVERIFY(!widget.currentItem());
+    QCOMPARE(rowOf(widget, definition)->icon(3).pixmap(16).toImage(), star);
     QTest::mouseClick(widget.viewport(), Qt::LeftButton, Qt::NoModifier, where);
-    QCOMPARE(favourites->count(definition), 0);
+    QCOMPARE(bookmarkCount(definition), 0);
+    QVERIFY(bookmarkFileTree().isEmpty());
+    QCOMPARE(rowOf(widget, definition)->icon(3).pixmap(16).toImage(), empty);
 }
 
 void tst_BlocksWidget::clickOutsideStarColumnDoesNothing()
@@ -556,13 +611,14 @@ void tst_BlocksWidget::clickOutsideStarColumnDoesNothing()
     prepare(widget);
     widget.updatePath(QStringLiteral("Eigene"));
     QTreeWidgetItem* row = rowOf(widget, counter->blockDefinition(0));
+    QSignalSpy changed(&bookmarks(), &BlockBookmarkRepository::changed);
     for (int column : {0, 1, 2})
         widget.blockItemClicked(row, column);
-    QVERIFY(favourites->entries.isEmpty());
     widget.blockItemClicked(nullptr, 3);
-    QVERIFY(favourites->entries.isEmpty());
+    QCOMPARE(changed.count(), 0);
+    QVERIFY(bookmarkTree(bookmarks().rootFolder()).isEmpty());
     widget.blockItemClicked(row, 3);
-    QCOMPARE(favourites->count(counter->blockDefinition(0)), 1);
+    QCOMPARE(bookmarkTree(bookmarks().rootFolder()), QStringList{QStringLiteral("UserBlock_1;0")});
 }
 
 void tst_BlocksWidget::favouritesChangeRefillsList()
@@ -572,9 +628,33 @@ void tst_BlocksWidget::favouritesChangeRefillsList()
     widget.updatePath(QStringLiteral("Eigene"));
     widget.setCurrentItem(widget.topLevelItem(1));
     QVERIFY(widget.currentItem());
-    Q_EMIT favourites->changed();
+    // Any change does it, also one that leaves this list's stars as they were.
+    bookmarks().addFolder(QStringLiteral("Neu"), nullptr);
     QVERIFY(!widget.currentItem());
     QCOMPARE(widget.topLevelItemCount(), 4);
+}
+
+void tst_BlocksWidget::favouritesOfAnotherProcessRedrawStars()
+{
+    BlocksWidget widget;
+    prepare(widget);
+    widget.updatePath(QStringLiteral("Eigene"));
+    BlockDefinition* definition = filter->blockDefinition(0);
+    const QImage star = QIcon(QStringLiteral(":/Resources/star.png")).pixmap(16).toImage();
+    const QImage empty = QIcon(QStringLiteral(":/Resources/starEmpty.png")).pixmap(16).toImage();
+    QCOMPARE(rowOf(widget, definition)->icon(3).pixmap(16).toImage(), empty);
+    // The text another process writes for a tree with one favourite of the definition.
+    BlockBookmarkFolder tree(nullptr, QStringLiteral("root"));
+    BlockBookmark bookmark(nullptr, definition);
+    tree.insert(0, &bookmark);
+    const QByteArray text = BlockBookmarkRepository::iniText(&tree);
+    tree.remove(&bookmark);
+    writeBookmarkFile(text);
+    QTRY_COMPARE(rowOf(widget, definition)->icon(3).pixmap(16).toImage(), star);
+    QCOMPARE(bookmarkCount(definition), 1);
+    // And a file without it puts the empty star back.
+    writeBookmarkFile(BlockBookmarkRepository::iniText(&tree));
+    QTRY_COMPARE(rowOf(widget, definition)->icon(3).pixmap(16).toImage(), empty);
 }
 
 void tst_BlocksWidget::addBlockToBookmarkAddsAgain()
@@ -587,11 +667,22 @@ void tst_BlocksWidget::addBlockToBookmarkAddsAgain()
     widget.addBlockToBookmark();
     widget.setCurrentItem(rowOf(widget, definition));
     widget.addBlockToBookmark();
-    QCOMPARE(favourites->count(definition), 2);
-    // The toggle takes them all away.
+    QCOMPARE(bookmarkTree(bookmarks().rootFolder()), (QStringList{QStringLiteral("UserBlock_2;0"), QStringLiteral("UserBlock_2;0")}));
+    QCOMPARE(bookmarkFileTree(), bookmarkTree(bookmarks().rootFolder()));
+    // The toggle takes them all away, also from folders, and leaves the rest alone.
+    BlockBookmarkFolder* folder = bookmarks().addFolder(QStringLiteral("Ordner"), nullptr);
+    bookmarks().addItem(new BlockBookmark(nullptr, definition), folder);
+    bookmarks().addItem(new BlockBookmark(nullptr, counter->blockDefinition(0)), folder);
     widget.setCurrentItem(rowOf(widget, definition));
     widget.addOrRemoveBlockToBookmark();
-    QCOMPARE(favourites->count(definition), 0);
+    const QStringList left{QStringLiteral("[Ordner]"), QStringLiteral("  UserBlock_1;0")};
+    QCOMPARE(bookmarkTree(bookmarks().rootFolder()), left);
+    QCOMPARE(bookmarkFileTree(), left);
+    // Without a current row nothing is added.
+    widget.setCurrentItem(nullptr);
+    widget.addBlockToBookmark();
+    widget.addOrRemoveBlockToBookmark();
+    QCOMPARE(bookmarkTree(bookmarks().rootFolder()), left);
 }
 
 void tst_BlocksWidget::menuOfAStandardBlock()
@@ -701,7 +792,8 @@ void tst_BlocksWidget::favouriteEntryToggles()
     QVERIFY(!entry->isChecked());
     widget.contextMenu()->close();
     entry->trigger();
-    QCOMPARE(favourites->count(definition), 1);
+    QCOMPARE(bookmarkTree(bookmarks().rootFolder()), QStringList{QStringLiteral("UserBlock_1;1")});
+    QCOMPARE(bookmarkFileTree(), QStringList{QStringLiteral("UserBlock_1;1")});
 
     widget.setCurrentItem(rowOf(widget, definition));
     widget.showContextMenu(QPoint(5, 5));
@@ -710,7 +802,8 @@ void tst_BlocksWidget::favouriteEntryToggles()
     QVERIFY(entry->isChecked());
     widget.contextMenu()->close();
     entry->trigger();
-    QCOMPARE(favourites->count(definition), 0);
+    QCOMPARE(bookmarkCount(definition), 0);
+    QVERIFY(bookmarkFileTree().isEmpty());
 }
 
 void tst_BlocksWidget::deleteBlockAsks_data()
@@ -939,6 +1032,11 @@ void tst_BlocksWidget::dragCarriesPayloadAndPicture()
     QCOMPARE(record->payload, QByteArray("UserBlock_1;1"));
     QCOMPARE(record->hotSpot, QPoint(40, 10));
     QCOMPARE(record->pixmapSize.width(), 300);
+    // The block as the scene draws it, not a stand-in.
+    BlockPreview preview;
+    const QImage expected = preview.image(counter->blockDefinition(1));
+    QVERIFY(!expected.isNull());
+    QCOMPARE(record->picture.convertToFormat(QImage::Format_ARGB32), expected.convertToFormat(QImage::Format_ARGB32));
 }
 
 void tst_BlocksWidget::doubleClickDoesNothing()
@@ -956,7 +1054,7 @@ void tst_BlocksWidget::doubleClickDoesNothing()
     QVERIFY(!definition->editSubWindow());
     QCOMPARE(names(widget), before);
     QCOMPARE(selected.count(), 0);
-    QVERIFY(favourites->entries.isEmpty());
+    QVERIFY(bookmarkTree(bookmarks().rootFolder()).isEmpty());
     QVERIFY(!QApplication::activeModalWidget());
 }
 
@@ -979,6 +1077,70 @@ void tst_BlocksWidget::helpKeyAsksForTheRowsBlock()
     QVERIFY(!sendKey(widget, Qt::Key_A));
     QEvent other(QEvent::FocusIn);
     QVERIFY(!static_cast<QObject*>(&widget)->eventFilter(&widget, &other));
+}
+
+void tst_BlocksWidget::propertiesFollowWritability_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("identifier");
+    QTest::addColumn<bool>("readOnly");
+    QTest::newRow("standard block") << QStringLiteral("1") << QStringLiteral("StandardBlock_1") << true;
+    QTest::newRow("user block") << QStringLiteral("Eigene") << QStringLiteral("UserBlock_2") << false;
+}
+
+void tst_BlocksWidget::propertiesFollowWritability()
+{
+    QFETCH(QString, path);
+    QFETCH(QString, identifier);
+    QFETCH(bool, readOnly);
+    BlocksWidget widget;
+    prepare(widget);
+    widget.updatePath(path);
+    widget.selectBlock(identifier, 0);
+    QVERIFY(widget.currentItem());
+    bool shownReadOnly = !readOnly;
+    QString name;
+    auto answered = answerNextModal([&shownReadOnly, &name](QDialog* dialog) {
+        if (auto* edit = dialog->findChild<QLineEdit*>(QStringLiteral("nameGermanEdit"))) {
+            shownReadOnly = edit->isReadOnly();
+            name = edit->text();
+        }
+        dialog->reject();
+    });
+    widget.showSelectedBlockProperties();
+    QVERIFY(*answered);
+    QCOMPARE(shownReadOnly, readOnly);
+    QCOMPARE(name, repository().block(identifier)->name().text(LanguageManager::German));
+}
+
+void tst_BlocksWidget::showSelectedBlockCodeActivatesTheSubWindow()
+{
+    QMainWindow mainWindow;
+    auto* area = new QMdiArea;
+    area->setObjectName(QStringLiteral("mdiArea"));
+    mainWindow.setCentralWidget(area);
+    mainWindow.resize(800, 600);
+    mainWindow.show();
+    System::instance().setMainWindow(&mainWindow);
+    BlocksWidget widget;
+    prepare(widget);
+    widget.updatePath(QStringLiteral("Eigene"));
+    // Without a row nothing opens.
+    widget.setCurrentItem(nullptr);
+    widget.showSelectedBlockCode();
+    QVERIFY(area->subWindowList().isEmpty());
+    for (unsigned int version : {1u, 2u}) {
+        widget.selectBlock(QStringLiteral("UserBlock_1"), version);
+        widget.showSelectedBlockCode();
+        LibraryBlockDefinitionSubWindow* window = counter->blockDefinition(version)->editSubWindow();
+        QVERIFY(window);
+        QVERIFY(window->isVisible());
+        QCOMPARE(area->activeSubWindow(), window);
+    }
+    QCOMPARE(area->subWindowList().size(), 2);
+    System::instance().setMainWindow(nullptr);
+    for (QMdiSubWindow* window : area->subWindowList())
+        window->close();
 }
 
 void tst_BlocksWidget::graphicExportOnlyForTopLevel_data()

@@ -40,6 +40,7 @@
 #include <QMenu>
 #include <QPushButton>
 #include <QTest>
+#include <QUndoStack>
 
 #include <cmath>
 #include <memory>
@@ -114,7 +115,7 @@ private Q_SLOTS:
     void currentValueModeSubscribesAndUnsubscribes();
     void currentValueOfAnotherPathIsIgnored();
     void applyInvertedOnlyForInvertiblePins();
-    void setInvertedLeavesTheModelToTheEditingLayer();
+    void setInvertedPushesAnUndoStepInADefinitionScene();
     void resetInitialValue();
     void initialValueDialogWritesOnOk();
     void initialValueDialogReadOnlyWritesNothing();
@@ -497,15 +498,20 @@ void tst_BlockPinItem::applyInvertedOnlyForInvertiblePins()
     QVERIFY(!m_add->pin(1)->isInverted());
 }
 
-void tst_BlockPinItem::setInvertedLeavesTheModelToTheEditingLayer()
+void tst_BlockPinItem::setInvertedPushesAnUndoStepInADefinitionScene()
 {
-    // Inversion from the menu is an undoable step of the editing layer; the slot never writes the
-    // model on its own, in neither kind of scene.
-    BlockPinItem* item = pin(m_and->identifier(), 1);
-    item->setInverted(true);
+    // Outside a definition scene the menu's inversion writes nothing and records nothing.
+    BlockPinItem* plain = pin(m_and->identifier(), 1);
+    plain->setInverted(true);
     QVERIFY(!m_and->pin(1)->isInverted());
-    m_scene->setDefinitionScene(false);
-    item->setInverted(true);
+
+    // In a definition scene it is an undo step, which inverts the pin as it is pushed.
+    BlockDefinitionScene* scene = definitionScene();
+    definitionPin(m_and->identifier(), 1)->setInverted(true);
+    QCOMPARE(scene->undoStack()->count(), 1);
+    QCOMPARE(scene->undoStack()->undoText(), QStringLiteral("Anschluss invertiert"));
+    QVERIFY(m_and->pin(1)->isInverted());
+    scene->undoStack()->undo();
     QVERIFY(!m_and->pin(1)->isInverted());
 }
 
@@ -735,25 +741,39 @@ void tst_BlockPinItem::rubberBandIsRemovedWherever_data()
 void tst_BlockPinItem::rubberBandIsRemovedWherever()
 {
     QFETCH(QString, where);
-    BlockPinItem* item = pin(m_and->identifier(), 3);
+    // Only a definition scene connects; the gesture does not ask for the edit mode.
+    BlockDefinitionScene* scene = definitionScene();
+    QVERIFY(scene->isReadOnly());
+    BlockPinItem* item = definitionPin(m_and->identifier(), 3);
     const QPointF press = item->mapToScene(QPointF(1500, 0));
     QPointF release(90000, 90000);
     if (where == QLatin1String("other")) {
-        BlockPinItem* target = pin(m_add->identifier(), 1);
+        BlockPinItem* target = definitionPin(m_add->identifier(), 1);
         release = target->mapToScene(QPointF(1500, 0));
-        QCOMPARE(m_scene->pinItemAt(release), target);
+        QCOMPARE(scene->pinItemAt(release), target);
     } else if (where == QLatin1String("same")) {
         release = item->mapToScene(QPointF(1000, 100));
     }
-    const int itemsBefore = int(m_scene->items().size());
+    const int itemsBefore = int(scene->items().size());
     const int connectionsBefore = int(m_code->connections().size());
-    sendSceneMouse(m_scene, QEvent::GraphicsSceneMousePress, press);
-    QCOMPARE(topLevelLines(m_scene).size(), 1);
-    sendSceneMouse(m_scene, QEvent::GraphicsSceneMouseMove, release);
-    sendSceneMouse(m_scene, QEvent::GraphicsSceneMouseRelease, release);
-    QVERIFY(topLevelLines(m_scene).isEmpty());
-    QCOMPARE(int(m_scene->items().size()), itemsBefore);
-    // The connection itself is made by a command of the editing layer, never by the pin.
+    sendSceneMouse(scene, QEvent::GraphicsSceneMousePress, press);
+    QCOMPARE(topLevelLines(scene).size(), 1);
+    sendSceneMouse(scene, QEvent::GraphicsSceneMouseMove, release);
+    sendSceneMouse(scene, QEvent::GraphicsSceneMouseRelease, release);
+    QVERIFY(topLevelLines(scene).isEmpty());
+    if (where == QLatin1String("other")) {
+        // Another pin under the release: one undo step that made the connection.
+        QCOMPARE(scene->undoStack()->count(), 1);
+        QCOMPARE(scene->undoStack()->undoText(), QStringLiteral("Create connection"));
+        QCOMPARE(int(m_code->connections().size()), connectionsBefore + 1);
+        BlockPinConnection* made = m_code->connections().last();
+        QVERIFY(made->isConnectedTo(m_and));
+        QVERIFY(made->isConnectedTo(m_add));
+        scene->undoStack()->undo();
+    } else {
+        QCOMPARE(scene->undoStack()->count(), 0);
+    }
+    QCOMPARE(int(scene->items().size()), itemsBefore);
     QCOMPARE(int(m_code->connections().size()), connectionsBefore);
 }
 

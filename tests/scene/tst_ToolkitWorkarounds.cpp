@@ -4,6 +4,7 @@
 #include <QCoreApplication>
 #include <QGraphicsRectItem>
 #include <QGraphicsScene>
+#include <QGraphicsSceneMouseEvent>
 #include <QTest>
 #include <QTreeWidget>
 
@@ -34,6 +35,31 @@ protected:
         return QGraphicsRectItem::itemChange(change, value);
     }
 };
+
+// An item that takes a double click and counts what reaches it.
+class Clickable : public QGraphicsRectItem
+{
+public:
+    Clickable()
+        : QGraphicsRectItem(0, 0, 100, 100)
+    {
+    }
+
+    int doubleClicks = 0;
+
+protected:
+    void mouseDoubleClickEvent(QGraphicsSceneMouseEvent*) override { ++doubleClicks; }
+};
+
+void sendDoubleClick(QGraphicsScene* scene, QPointF position)
+{
+    QGraphicsSceneMouseEvent event(QEvent::GraphicsSceneMouseDoubleClick);
+    event.setScenePos(position);
+    event.setButtonDownScenePos(Qt::LeftButton, position);
+    event.setButton(Qt::LeftButton);
+    event.setButtons(Qt::LeftButton);
+    QCoreApplication::sendEvent(scene, &event);
+}
 
 } // namespace
 
@@ -163,6 +189,43 @@ private Q_SLOTS:
         pause.resume();
         QCoreApplication::processEvents();
         QVERIFY(!pause.standIn());
+    }
+
+    void toolkitKeepsTheItemOfADoubleClickAfterItsHandler()
+    {
+        // afterEventDelivery() exists because of this: the scene still holds the item that took
+        // the double click once the item's handler has returned, so that handler must not delete it.
+        QGraphicsScene scene;
+        auto* item = new Clickable;
+        scene.addItem(item);
+        sendDoubleClick(&scene, QPointF(50, 50));
+        QCOMPARE(item->doubleClicks, 1);
+        QCOMPARE(scene.mouseGrabberItem(), item);
+    }
+
+    void workAfterEventDeliveryWaitsForTheEventLoop()
+    {
+        QObject context;
+        int runs = 0;
+        ToolkitWorkarounds::afterEventDelivery(&context, [&runs] { ++runs; });
+        QCOMPARE(runs, 0);
+        QTRY_COMPARE(runs, 1);
+        QCoreApplication::processEvents();
+        QCOMPARE(runs, 1);
+    }
+
+    void workAfterEventDeliveryIsDroppedWithItsContext()
+    {
+        int runs = 0;
+        {
+            QObject context;
+            ToolkitWorkarounds::afterEventDelivery(&context, [&runs] { ++runs; });
+        }
+        QCoreApplication::processEvents();
+        QCOMPARE(runs, 0);
+        ToolkitWorkarounds::afterEventDelivery(nullptr, [&runs] { ++runs; });
+        QCoreApplication::processEvents();
+        QCOMPARE(runs, 0);
     }
 };
 

@@ -34,6 +34,19 @@ int darkPixels(const QImage& image, const QRect& region)
     return count;
 }
 
+int inkedPixels(const QImage& image)
+{
+    const QImage argb = image.convertToFormat(QImage::Format_ARGB32);
+    int count = 0;
+    for (int y = 0; y < argb.height(); ++y) {
+        for (int x = 0; x < argb.width(); ++x) {
+            if (qAlpha(argb.pixel(x, y)) > 0)
+                ++count;
+        }
+    }
+    return count;
+}
+
 int pdfPageCount(const QByteArray& pdf)
 {
     static const QRegularExpression page(QStringLiteral("/Type\\s*/Page(?!s)"));

@@ -18,6 +18,8 @@ QImage iconImage(const QIcon& icon, int side);
 // The pixels within `region` darker than mid-grey; the parts of the region outside the image
 // count for nothing.
 int darkPixels(const QImage& image, const QRect& region);
+// The pixels that aren't fully transparent: the ink of a picture drawn on a transparent ground.
+int inkedPixels(const QImage& image);
 // The pages of a PDF document: its page objects, not the page tree that holds them.
 int pdfPageCount(const QByteArray& pdf);
 // The streams of a PDF, inflated where they are compressed, one after the other: the drawing of

@@ -4,6 +4,7 @@
 #include "TestModel.h"
 #include "TestRegistry.h"
 
+#include "BlockBookmarkView.h"
 #include "BlockCheckIssueView.h"
 #include "BlockCheckIssueWidgetPrivate.h"
 #include "BlockCodeScene.h"
@@ -178,10 +179,12 @@ void tst_BlockEditorView::formHasTheWidgetTree()
     QCOMPARE(verticalTab->tabText(verticalTab->indexOf(child<QWidget>(&editor, "libraryTab"))), QStringLiteral("Bibliothek"));
     QCOMPARE(verticalTab->tabText(verticalTab->indexOf(child<QWidget>(&editor, "searchTab"))), QStringLiteral("Baustein suchen"));
     QCOMPARE(verticalTab->tabText(verticalTab->indexOf(child<QWidget>(&editor, "signalLabelTab"))), QStringLiteral("Signalnamen"));
+    QCOMPARE(verticalTab->tabText(verticalTab->indexOf(child<QWidget>(&editor, "blockBookmarkTab"))), QStringLiteral("Baustein Favoriten"));
     // Pages come in the persisted order, also while some of them are still missing.
     QVERIFY(verticalTab->indexOf(child<QWidget>(&editor, "hierarchyTab")) < verticalTab->indexOf(child<QWidget>(&editor, "libraryTab")));
     QVERIFY(verticalTab->indexOf(child<QWidget>(&editor, "libraryTab")) < verticalTab->indexOf(child<QWidget>(&editor, "searchTab")));
     QVERIFY(verticalTab->indexOf(child<QWidget>(&editor, "searchTab")) < verticalTab->indexOf(child<QWidget>(&editor, "signalLabelTab")));
+    QVERIFY(verticalTab->indexOf(child<QWidget>(&editor, "signalLabelTab")) < verticalTab->indexOf(child<QWidget>(&editor, "blockBookmarkTab")));
     auto* searchLayout = qobject_cast<QVBoxLayout*>(child<QWidget>(&editor, "searchTab")->layout());
     QVERIFY(searchLayout);
     QCOMPARE(searchLayout->objectName(), QStringLiteral("verticalLayout_7"));
@@ -197,6 +200,10 @@ void tst_BlockEditorView::formHasTheWidgetTree()
     QVERIFY(library->groupsWidget()->topLevelItemCount() > 0);
     QCOMPARE(library->blocksWidget()->columnCount(), 4);
     QVERIFY(child<SignalLabelView>(&editor, "signalLabelView"));
+    QVERIFY(child<BlockBookmarkView>(&editor, "blockBookmarkView"));
+    QCOMPARE(child<QVBoxLayout>(&editor, "blockBookmarkVLayout")->spacing(), 6);
+    QCOMPARE(child<QVBoxLayout>(&editor, "blockBookmarkTabVerticalLayout")->contentsMargins(), QMargins(0, 0, 0, 0));
+    QCOMPARE(child<QWidget>(&editor, "blockBookmarkView")->parentWidget(), child<QWidget>(&editor, "blockBookmarkTab"));
 
     auto* horzontalTab = child<QTabWidget>(&editor, "horzontalTab");
     QVERIFY(horzontalTab);
@@ -412,7 +419,7 @@ void tst_BlockEditorView::storedTabIndexCountsThePagesInTheirOrder()
     {
         int stored;
         const char* page;
-    } rows[] = {{0, "hierarchyTab"}, {1, "libraryTab"}, {2, "searchTab"}, {3, "signalLabelTab"}};
+    } rows[] = {{0, "hierarchyTab"}, {1, "libraryTab"}, {2, "searchTab"}, {3, "signalLabelTab"}, {4, "blockBookmarkTab"}};
     for (const auto& row : rows) {
         {
             QSettings settings(kOrganisation, kApplication);
@@ -421,14 +428,15 @@ void tst_BlockEditorView::storedTabIndexCountsThePagesInTheirOrder()
         BlockEditorView editor;
         QCOMPARE(child<QTabWidget>(&editor, "verticalTab")->currentWidget(), child<QWidget>(&editor, row.page));
     }
-    // The index of a page that this build lacks, or of none at all, leaves the first page.
-    for (int stored : {4, 17, -1}) {
+    // An index beyond the pages, or none at all, leaves the page that the form selects, the
+    // favourites.
+    for (int stored : {5, 17, -1}) {
         {
             QSettings settings(kOrganisation, kApplication);
             settings.setValue(QStringLiteral("config/verticalTabIndex"), stored);
         }
         BlockEditorView editor;
-        QCOMPARE(child<QTabWidget>(&editor, "verticalTab")->currentWidget(), child<QWidget>(&editor, "hierarchyTab"));
+        QCOMPARE(child<QTabWidget>(&editor, "verticalTab")->currentWidget(), child<QWidget>(&editor, "blockBookmarkTab"));
     }
 }
 
@@ -1196,12 +1204,14 @@ void tst_BlockEditorView::searchJumpsReachTheirPanes()
              (ItemPath{0, regler->identifier(), uint(reglerNode->instanceNodes().first())}));
 
     tabs->setCurrentWidget(child<QWidget>(&editor, "searchTab"));
-    auto* groups = child<BlockGroupsWidget>(&editor, "blockGroupsWidget");
+    auto* library = child<BlockLibraryView>(&editor, "blockLibraryView");
+    BlockGroupsWidget* groups = library->groupsWidget();
     groups->update();
     groups->setCurrentItem(nullptr);
     Q_EMIT search->needToShowInLibrary(ModelBuilder::newest(block));
     QCOMPARE(tabs->currentWidget(), child<QWidget>(&editor, "libraryTab"));
     QVERIFY(groups->currentItem());
+    QVERIFY(library->blocksWidget()->currentItem());
 }
 
 ZK_TEST_REGISTER(tst_BlockEditorView)

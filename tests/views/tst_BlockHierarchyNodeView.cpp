@@ -102,6 +102,7 @@ private Q_SLOTS:
     void onlineAreaNeverSwitches();
     void stepInFromEditMode();
     void stepIntoForbiddenBlockFromEditMode();
+    void changeInThePropertiesOfAForbiddenBlockIsAnUndoStep();
     void stepOutFromEditMode();
     void insideALibraryBlockOpensTheSubWindow();
     void libraryBlockLevelOpensItsSubWindow();
@@ -772,6 +773,29 @@ void tst_BlockHierarchyNodeView::stepIntoForbiddenBlockFromEditMode()
     QVERIFY(m_view->isBlockDefinitionEditMode());
     QCOMPARE(lokalScene->undoStack()->count(), 1);
     QCOMPARE(selectedIdentifiers(lokalScene), QList<unsigned int>{m_lokalNot->identifier()});
+}
+
+void tst_BlockHierarchyNodeView::changeInThePropertiesOfAForbiddenBlockIsAnUndoStep()
+{
+    m_view->setArea(m_model->area());
+    QVERIFY(stepInto(m_lokal->identifier()));
+    QVERIFY(m_view->setBlockDefinitionEditMode(true));
+    auto* lokalScene = qobject_cast<BlockDefinitionScene*>(m_view->scene());
+    QVERIFY(lokalScene);
+    m_lokalNot->setParameterText(QStringLiteral("P1=1"));
+    auto answered = answerNextModal([](QDialog* dialog) {
+        dialog->findChild<QLineEdit*>(QStringLiteral("parameterEdit"))->setText(QStringLiteral("P1=4"));
+        dialog->accept();
+    });
+    QVERIFY(!stepInto(m_lokalNot->identifier()));
+    QVERIFY(*answered);
+    QCOMPARE(m_lokalNot->parameterText(0), QStringLiteral("P1=4"));
+    QCOMPARE(lokalScene->undoStack()->count(), 1);
+    QCOMPARE(lokalScene->undoStack()->undoText(), QStringLiteral("Baustein-Eigenschaften geändert"));
+    lokalScene->undoStack()->undo();
+    QCOMPARE(m_lokalNot->parameterText(0), QStringLiteral("P1=1"));
+    lokalScene->undoStack()->redo();
+    QCOMPARE(m_lokalNot->parameterText(0), QStringLiteral("P1=4"));
 }
 
 void tst_BlockHierarchyNodeView::stepOutFromEditMode()

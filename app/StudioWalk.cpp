@@ -16,7 +16,6 @@
 #include "BlockCodeView.h"
 #include "BlockDefinitionScene.h"
 #include "BlockEditorView.h"
-#include "BlockFavourites.h"
 #include "BlockGroupsWidget.h"
 #include "BlockHierarchyNodeScene.h"
 #include "BlockHierarchyNodeView.h"
@@ -61,6 +60,8 @@
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QHeaderView>
+#include <QIcon>
+#include <QImage>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMdiArea>
@@ -1420,24 +1421,34 @@ QList<StudioWalk::Step> StudioWalk::libraryTour()
              QTreeWidgetItem* row = blocks ? blocks->currentItem() : nullptr;
              if (!row || BlocksWidget::definitionOf(row) != m_dragged)
                  return fail(QStringLiteral("the dragged block's row is no longer chosen"));
-             if (!blocks->favourites())
-                 return fail(QStringLiteral("the library list has no keeper of favourites: its star column does nothing"));
              // A favourite left by an earlier walk in this folder would be taken away by the click.
              if (BlockBookmarkRepository::instance().isBookmarked(m_dragged))
                  BlockBookmarkRepository::instance().removeBookmarks(m_dragged);
-             blocks->scrollToItem(row);
-             const QRect rowRect = blocks->visualItemRect(row);
-             const int left = blocks->header()->sectionViewportPosition(BlocksWidget::FavouriteColumn);
-             const QPoint star(left + blocks->columnWidth(BlocksWidget::FavouriteColumn) / 2, rowRect.center().y());
+             // The star column lies right of the others: in a narrow panel the list is scrolled to it first.
+             const QModelIndex cell = blocks->model()->index(blocks->indexOfTopLevelItem(row), BlocksWidget::FavouriteColumn);
+             blocks->scrollTo(cell);
+             const QRect starRect = blocks->visualRect(cell);
+             if (!blocks->viewport()->rect().contains(starRect.center()))
+                 return fail(QStringLiteral("the row's star is out of sight"));
+             const QPoint star = starRect.center();
              for (QEvent::Type type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease}) {
                  QMouseEvent event(type, QPointF(star), blocks->viewport()->mapToGlobal(QPointF(star)), Qt::LeftButton,
                                    type == QEvent::MouseButtonPress ? Qt::LeftButton : Qt::NoButton, Qt::NoModifier);
                  QApplication::sendEvent(blocks->viewport(), &event);
              }
-             if (!blocks->favourites()->isFavourite(m_dragged))
+             if (!BlockBookmarkRepository::instance().isBookmarked(m_dragged))
                  return fail(QStringLiteral("the click on the star made no favourite"));
-             return BlockBookmarkRepository::instance().isBookmarked(m_dragged)
-                 || fail(QStringLiteral("the favourite is not among the favourites of the machine"));
+             // The row shows it: its star is filled. The list may have made its rows anew on the change.
+             row = nullptr;
+             for (int i = 0; i < blocks->topLevelItemCount() && !row; ++i) {
+                 if (BlocksWidget::definitionOf(blocks->topLevelItem(i)) == m_dragged)
+                     row = blocks->topLevelItem(i);
+             }
+             if (!row)
+                 return fail(QStringLiteral("the block's row left the list when it became a favourite"));
+             const QImage shown = row->icon(BlocksWidget::FavouriteColumn).pixmap(16).toImage();
+             const QImage filled = QIcon(QStringLiteral(":/Resources/star.png")).pixmap(16).toImage();
+             return (!filled.isNull() && shown == filled) || fail(QStringLiteral("the row does not show a filled star"));
          },
          400},
         {QStringLiteral("favoriten-tab"),

@@ -51,6 +51,10 @@ int main(int argc, char** argv)
                                            "in das Verzeichnis schreiben und beenden"),
                             QStringLiteral("directory"));
     parser.addOption(walk);
+    QCommandLineOption tourOption(QStringLiteral("tour"),
+                            QStringLiteral("Welcher Rundgang: %1 (ohne Angabe der erste)").arg(StudioWalk::tourNames().join(QStringLiteral(", "))),
+                            QStringLiteral("name"));
+    parser.addOption(tourOption);
     parser.process(app);
 
     const bool walking = parser.isSet(walk);
@@ -80,7 +84,9 @@ int main(int argc, char** argv)
     window.show();
 
     if (walking) {
-        auto* tour = new StudioWalk(&window, parser.value(walk));
+        // As under a user's hands: the window has the focus, and its scenes count as active.
+        window.activateWindow();
+        auto* tour = new StudioWalk(&window, parser.value(walk), parser.value(tourOption));
         QObject::connect(tour, &StudioWalk::finished, &app, [](bool ok) {
             std::printf(ok ? "walk finished\n" : "walk finished with failures\n");
             QApplication::exit(ok ? 0 : 1);

@@ -127,9 +127,11 @@ void HierarchyView::selectPath(const QString& path)
             return;
         item = found;
     }
-    d->setCurrentItem(item, 0, QItemSelectionModel::ClearAndSelect);
+    // All three columns selected, the name's last: the view scrolls to the current column, and in a
+    // narrow panel it would otherwise leave the names out of sight for the version.
+    d->setCurrentItem(item, 2, QItemSelectionModel::ClearAndSelect);
     d->setCurrentItem(item, 1, QItemSelectionModel::Select);
-    d->setCurrentItem(item, 2, QItemSelectionModel::Select);
+    d->setCurrentItem(item, 0, QItemSelectionModel::Select);
     d->resizeColumnToContents(0);
     d->resizeColumnToContents(2);
 }

@@ -117,6 +117,7 @@ private Q_SLOTS:
     void navigateToNowhereChangesNothing_data();
     void navigateToNowhereChangesNothing();
     void navigateFromEditModeStaysInEditMode();
+    void navigateInEditModeToABlockMadeThereSelectsIt();
     void showBlockPropertiesOfTheSelection();
     void deletingTheAreaEmptiesTheView();
     void deletingTheShownInstanceEmptiesTheView();
@@ -1032,6 +1033,24 @@ void tst_BlockHierarchyNodeView::navigateFromEditModeStaysInEditMode()
     QVERIFY(editScene);
     QCOMPARE(editScene->blockCode(), ModelBuilder::newest(m_innenBlock)->code());
     QCOMPARE(selectedIdentifiers(editScene), QList<unsigned int>{m_tief->identifier()});
+}
+
+void tst_BlockHierarchyNodeView::navigateInEditModeToABlockMadeThereSelectsIt()
+{
+    System::instance().setUserAccessLevelCode(5);
+    m_view->setArea(m_model->area());
+    QVERIFY(m_view->setBlockDefinitionEditMode(true));
+    auto* editScene = qobject_cast<BlockDefinitionScene*>(m_view->scene());
+    QVERIFY(editScene);
+    // A block made while editing, as a drop makes it; a search hit then jumps to it by its path.
+    BlockInstance* made = editScene->createBlockInstance(ModelBuilder::newest(m_model->block(QStringLiteral("StandardBlock_3"))),
+                                                         QPointF(60000, 60000));
+    QVERIFY(made);
+    const QString path = rootPath({made->identifier()});
+    QVERIFY(m_model->area()->hierarchy()->nodeForPath(rootPath({made->identifier()})));
+    m_view->navigateTo(path);
+    QVERIFY(m_view->isBlockDefinitionEditMode());
+    QCOMPARE(selectedIdentifiers(m_view->scene()), QList<unsigned int>{made->identifier()});
 }
 
 void tst_BlockHierarchyNodeView::showBlockPropertiesOfTheSelection()

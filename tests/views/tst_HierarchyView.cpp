@@ -25,6 +25,7 @@
 #include <QLayout>
 #include <QPointer>
 #include <QSequentialIterable>
+#include <QScrollBar>
 #include <QSignalSpy>
 #include <QStyle>
 #include <QTabWidget>
@@ -101,6 +102,7 @@ private Q_SLOTS:
     void pathTexts();
     void doubleClickEmitsPath();
     void selectPathSelectsRowAndColumns();
+    void selectPathInANarrowPanelKeepsTheNamesInSight();
     void selectPathStopsAtMissingChild_data();
     void selectPathStopsAtMissingChild();
     void selectPathWithoutRootDoesNothing();
@@ -465,6 +467,26 @@ void tst_HierarchyView::selectPathSelectsRowAndColumns()
 
     view.selectPath(QStringLiteral("0"));
     QCOMPARE(tree->currentItem(), tree->rootItem);
+}
+
+void tst_HierarchyView::selectPathInANarrowPanelKeepsTheNamesInSight()
+{
+    model->rootCode()->createInstance(makeInner(), 5);
+    HierarchyView view;
+    // Narrower than the three columns: the number and version columns lie beyond the right edge.
+    view.resize(120, 300);
+    view.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&view));
+    view.setRoot(model->area()->rootDefinition(), rootNode());
+    HierarchyViewPrivate* tree = treeOf(view);
+    QVERIFY(tree->header()->length() > tree->viewport()->width());
+    tree->horizontalScrollBar()->setValue(0);
+
+    view.selectPath(QStringLiteral("0.5.12"));
+    QCOMPARE(tree->currentItem(), childWithId(childWithId(tree->rootItem, 5), 12));
+    // The row is chosen in all its columns, but the view stays on the names, not on the version.
+    QCOMPARE(tree->currentColumn(), 0);
+    QCOMPARE(tree->horizontalScrollBar()->value(), 0);
 }
 
 void tst_HierarchyView::selectPathStopsAtMissingChild_data()

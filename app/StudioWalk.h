@@ -127,6 +127,7 @@ private:
     // What the editing tours remember from step to step.
     QByteArray m_textAtStart;
     QByteArray m_textEdited;
+    QStringList m_layoutEdited;
     QByteArray m_textSaved;
     int m_areaIndex = -1;
     QList<unsigned int> m_pasted;

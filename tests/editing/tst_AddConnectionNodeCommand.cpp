@@ -31,7 +31,6 @@ private Q_SLOTS:
 
 private:
     BlockDefinitionScene* scene() const { return BlockDefinitionScene::forCode(m_code); }
-    ConnectionItem* itemOf(BlockPinConnection* connection) const;
 
     std::unique_ptr<TestModel> m_model;
     BlockCode* m_code = nullptr;
@@ -49,12 +48,6 @@ void tst_AddConnectionNodeCommand::init()
 void tst_AddConnectionNodeCommand::cleanup()
 {
     m_model.reset();
-}
-
-ConnectionItem* tst_AddConnectionNodeCommand::itemOf(BlockPinConnection* connection) const
-{
-    const auto items = scene()->connectionItemMap().values(connection);
-    return items.isEmpty() ? nullptr : items.first();
 }
 
 void tst_AddConnectionNodeCommand::doubleClickInEditModeIsOneUndoStep()
@@ -90,7 +83,7 @@ void tst_AddConnectionNodeCommand::doubleClickInReadOnlyModeAddsTheCornerWithout
 void tst_AddConnectionNodeCommand::pushDoesNotAddASecondNode()
 {
     BlockDefinitionScene* s = scene();
-    ConnectionItem* item = itemOf(m_wire);
+    ConnectionItem* item = scene()->connectionItemMap().value(m_wire);
     ConnectionNodeItem* node = item->insertNode(QPointF(15000, 10000), 0);
     // Pushed by hand with the node at index 0 of the corners, as the scene's slot does.
     s->undoStack()->push(new AddConnectionNodeCommand(s, node));
@@ -107,8 +100,8 @@ void tst_AddConnectionNodeCommand::undoRemovesTheTopmostNodeWhicheverConnectionI
     // A second connection has a corner at (25, 20), where the first one gets its new corner.
     BlockPinConnection* crossing = m_code->addConnection(nullptr, nullptr, {{25, 5}, {25, 20}, {40, 30}});
     BlockDefinitionScene* s = scene();
-    ConnectionItem* wireItem = itemOf(m_wire);
-    ConnectionItem* crossingItem = itemOf(crossing);
+    ConnectionItem* wireItem = scene()->connectionItemMap().value(m_wire);
+    ConnectionItem* crossingItem = scene()->connectionItemMap().value(crossing);
     crossingItem->setZValue(wireItem->zValue() + 1.0);
     ConnectionNodeItem* node = wireItem->insertNode(QPointF(25000, 20000), 2);
     s->undoStack()->push(new AddConnectionNodeCommand(s, node));

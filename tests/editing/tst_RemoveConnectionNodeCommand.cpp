@@ -34,7 +34,6 @@ private Q_SLOTS:
 
 private:
     BlockDefinitionScene* scene() const { return BlockDefinitionScene::forCode(m_code); }
-    ConnectionItem* itemOf(BlockPinConnection* connection) const;
 
     std::unique_ptr<TestModel> m_model;
     BlockCode* m_code = nullptr;
@@ -52,12 +51,6 @@ void tst_RemoveConnectionNodeCommand::init()
 void tst_RemoveConnectionNodeCommand::cleanup()
 {
     m_model.reset();
-}
-
-ConnectionItem* tst_RemoveConnectionNodeCommand::itemOf(BlockPinConnection* connection) const
-{
-    const auto items = scene()->connectionItemMap().values(connection);
-    return items.isEmpty() ? nullptr : items.first();
 }
 
 void tst_RemoveConnectionNodeCommand::doubleClickRemovesTheCornerAsOneUndoStep_data()

@@ -5,23 +5,8 @@
 #include "CodeChangeBatch.h"
 #include "ConnectionItem.h"
 #include "ConnectionNodeItem.h"
+#include "MovableItemGrid.h"
 
-#include <QTransform>
-
-namespace {
-
-// The front-most block or corner node at a position.
-QGraphicsItem* movableItemAt(QGraphicsScene* scene, const QPointF& position)
-{
-    const QList<QGraphicsItem*> hits = scene->items(position, Qt::IntersectsItemShape, Qt::DescendingOrder, QTransform());
-    for (QGraphicsItem* item : hits) {
-        if (dynamic_cast<BlockItem*>(item) || dynamic_cast<ConnectionNodeItem*>(item))
-            return item;
-    }
-    return nullptr;
-}
-
-} // namespace
 
 MoveCommand::MoveCommand(BlockDefinitionScene* scene, const QList<QGraphicsItem*>& items, const QPointF& delta,
                          QUndoCommand* parent)
@@ -63,22 +48,20 @@ void MoveCommand::moveAll(const QList<QPointF>& from, const QList<QPointF>& to)
     // An item not found where it was recorded is passed over; the node counter then falls behind and
     // later nodes take a wrong index. That is accepted: the command reports nothing.
     int nodeCounter = 0;
+    // Each look-up sees the scene as the moves before it left it, as the toolkit's would.
+    MovableItemGrid grid(m_scene);
     for (qsizetype i = 0; i < from.size(); ++i) {
-        QGraphicsItem* item = movableItemAt(m_scene, from.at(i));
+        QGraphicsItem* item = grid.itemAt(from.at(i));
         if (!item)
             continue;
         if (auto* block = dynamic_cast<BlockItem*>(item)) {
             // Writes through to the model.
-            block->setPos(to.at(i));
+            grid.moveBlock(block, to.at(i));
             continue;
         }
         auto* node = static_cast<ConnectionNodeItem*>(item);
-        if (nodeCounter < m_nodeIndices.size()) {
-            if (ConnectionItem* connection = node->connectionItem()) {
-                connection->removeNode(node);
-                connection->insertNode(to.at(i), m_nodeIndices.at(nodeCounter));
-            }
-        }
+        if (nodeCounter < m_nodeIndices.size())
+            grid.remakeNode(node, to.at(i), m_nodeIndices.at(nodeCounter));
         ++nodeCounter;
     }
 }

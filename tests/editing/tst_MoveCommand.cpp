@@ -34,6 +34,7 @@ private Q_SLOTS:
     void arrowKeyInReadOnlyModeMovesNothingButItsUndoDoes();
     void cornerNodeComesBackAtItsIndex();
     void twoBlocksOnOnePositionFindTheTopOneForBoth();
+    void eachLookUpSeesTheMovesBeforeIt();
     void dragBeyondTheThresholdIsOneEntry();
     void smallDragIsNoEntry();
 
@@ -165,6 +166,26 @@ void tst_MoveCommand::twoBlocksOnOnePositionFindTheTopOneForBoth()
     // covers that point, so the second entry finds it again and the lower block stays.
     QCOMPARE(twin->position(), QPointF(19, 10));
     QCOMPARE(m_and->position(), QPointF(20, 10));
+}
+
+void tst_MoveCommand::eachLookUpSeesTheMovesBeforeIt()
+{
+    BlockDefinitionScene* s = scene();
+    BlockItem* andItem = item(m_and);
+    BlockItem* notItem = item(m_not);
+    notItem->setZValue(andItem->zValue() + 1.0);
+    // Recorded as if both had moved 20 units to the right, the NOT first: undo takes the NOT from
+    // (40, 10) onto the AND at (20, 10), and the AND's own entry then finds the NOT on top there and
+    // moves it on, while the AND stays. Look-ups made before the moves would move each block once.
+    s->undoStack()->push(new MoveCommand(s, {notItem, andItem}, QPointF(20000, 0)));
+    s->undoStack()->undo();
+    QCOMPARE(m_not->position(), QPointF(0, 10));
+    QCOMPARE(m_and->position(), QPointF(20, 10));
+    // Redo looks where undo left things: the NOT's entry finds the AND at (20, 10) and takes it to
+    // (40, 10); the AND's entry finds the NOT at (0, 10) and takes it to (20, 10).
+    s->undoStack()->redo();
+    QCOMPARE(m_and->position(), QPointF(40, 10));
+    QCOMPARE(m_not->position(), QPointF(20, 10));
 }
 
 void tst_MoveCommand::dragBeyondTheThresholdIsOneEntry()

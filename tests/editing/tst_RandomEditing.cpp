@@ -50,17 +50,9 @@ private Q_SLOTS:
 
 namespace {
 
-QDir sampleDir()
-{
-    QDir dir(QStringLiteral(ZK_TEST_DATA_DIR));
-    dir.cdUp();
-    dir.cdUp();
-    return QDir(dir.filePath(QStringLiteral("samples/sample")));
-}
-
 bool copySample(const QString& target)
 {
-    const QDir source = sampleDir();
+    const QDir source(sampleProjectDir());
     const QStringList files = source.entryList(QDir::Files);
     for (const QString& file : files) {
         if (!QFile::copy(source.filePath(file), QDir(target).filePath(file)))

@@ -31,24 +31,9 @@
 
 namespace {
 
-// The sample is read from the source tree: the studio embeds the same files as resources, but a
-// test binary does not link the studio's resources.
-QDir sourceRoot()
-{
-    QDir dir(QStringLiteral(ZK_TEST_DATA_DIR));
-    dir.cdUp();
-    dir.cdUp();
-    return dir;
-}
-
-QString sampleDir()
-{
-    return sourceRoot().filePath(QStringLiteral("samples/sample"));
-}
-
 QString samplePath()
 {
-    return QDir(sampleDir()).filePath(QStringLiteral("project.zkproj"));
+    return QDir(sampleProjectDir()).filePath(QStringLiteral("project.zkproj"));
 }
 
 std::unique_ptr<Project> loadSample()
@@ -131,7 +116,7 @@ void tst_SampleProject::loadsFromSourceAsTheStudioDoes()
     QCOMPARE(project->areas().size(), 6);
     // The studio reads the project from bytes with the library folder given separately.
     QString error;
-    std::unique_ptr<Project> fromData(Project::loadFromData(readFile(samplePath()), sampleDir(),
+    std::unique_ptr<Project> fromData(Project::loadFromData(readFile(samplePath()), sampleProjectDir(),
                                                             QStringLiteral(":/samples/sample/project.zkproj"), &error));
     QVERIFY2(fromData, qPrintable(error));
     QCOMPARE(fromData->projectText(), project->projectText());
@@ -139,13 +124,13 @@ void tst_SampleProject::loadsFromSourceAsTheStudioDoes()
 
 void tst_SampleProject::resourceListNamesEveryFile()
 {
-    const QString qrc = QString::fromUtf8(readFile(sourceRoot().filePath(QStringLiteral("samples/samples.qrc"))));
+    const QString qrc = QString::fromUtf8(readFile(QDir(sampleProjectDir()).filePath(QStringLiteral("../samples.qrc"))));
     QVERIFY(qrc.contains(QStringLiteral("prefix=\"/samples\"")));
     QSet<QString> listed;
     static const QRegularExpression entry(QStringLiteral("<file>sample/([^<]+)</file>"));
     for (auto it = entry.globalMatch(qrc); it.hasNext();)
         listed.insert(it.next().captured(1));
-    const QStringList present = QDir(sampleDir()).entryList(QDir::Files);
+    const QStringList present = QDir(sampleProjectDir()).entryList(QDir::Files);
     QVERIFY(present.contains(QStringLiteral("project.zkproj")));
     QCOMPARE(listed, QSet<QString>(present.begin(), present.end()));
 }

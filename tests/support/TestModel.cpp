@@ -97,6 +97,14 @@ QString testDataPath(const QString& relative)
     return QDir(QStringLiteral(ZK_TEST_DATA_DIR)).filePath(relative);
 }
 
+QString sampleProjectDir()
+{
+    QDir dir(QStringLiteral(ZK_TEST_DATA_DIR));
+    dir.cdUp();
+    dir.cdUp();
+    return dir.filePath(QStringLiteral("samples/sample"));
+}
+
 QByteArray readFile(const QString& path)
 {
     QFile file(path);

@@ -45,6 +45,9 @@ private:
 
 // Path of a file under tests/data.
 QString testDataPath(const QString& relative);
+// The folder of the sample project in the source tree: a test binary does not link the studio's
+// resources, which embed the same files.
+QString sampleProjectDir();
 // A file's bytes; empty when it cannot be read.
 QByteArray readFile(const QString& path);
 

@@ -15,6 +15,7 @@
 #include <QLineF>
 #include <QGraphicsRectItem>
 #include <QGraphicsScene>
+#include <QGraphicsView>
 #include <QKeyEvent>
 #include <QMimeData>
 #include <QUndoStack>
@@ -38,6 +39,7 @@ struct EditingCode
 {
     BenchProject bench;
     BlockDefinitionScene* scene = nullptr;
+    std::unique_ptr<QGraphicsView> view;
 
     // The floor's code has no scene: the same model calls without the component.
     explicit EditingCode(int n, bool withScene = true)
@@ -52,6 +54,12 @@ struct EditingCode
             return;
         scene = BlockDefinitionScene::forCode(code);
         scene->setReadOnly(false);
+        // In a window, as a user has it: the scene is active, and each gesture's event-loop pass
+        // includes the drawing.
+        view = std::make_unique<QGraphicsView>(scene);
+        view->resize(1200, 800);
+        view->show();
+        QCoreApplication::processEvents();
     }
 
     QList<unsigned int> identifiers() const

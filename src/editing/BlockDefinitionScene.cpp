@@ -28,6 +28,7 @@
 #include "ParameterDefinition.h"
 #include "ParameterDefinitionLoader.h"
 #include "PasteCommand.h"
+#include "SceneItemIndex.h"
 #include "SceneMetrics.h"
 #include "System.h"
 
@@ -417,32 +418,38 @@ bool BlockDefinitionScene::moveItems(QList<QGraphicsItem*> items, double dx, dou
 
 QList<ConnectionNodeItem*> BlockDefinitionScene::connectionNodesOfSelection()
 {
-    QList<BlockInstance*> instances;
+    QSet<const BlockInstance*> instances;
     const QList<BlockItem*> selected = selectedBlockItems();
     for (BlockItem* item : selected) {
         if (BlockInstance* instance = item->blockInstance())
-            instances.append(instance);
+            instances.insert(instance);
     }
     QList<ConnectionNodeItem*> result;
     if (instances.isEmpty())
         return result;
-    const QList<QGraphicsItem*> all = items(Qt::DescendingOrder);
-    for (QGraphicsItem* item : all) {
-        auto* node = dynamic_cast<ConnectionNodeItem*>(item);
-        ConnectionItem* connectionItem = node ? node->connectionItem() : nullptr;
-        if (!connectionItem || connectionItem->isEndNode(node))
-            continue;
-        BlockPinConnection* connection = connectionItem->pinConnection();
+    // The routes come from the index and their ends are looked up in a set: asking every item of
+    // the scene whether it is a node, and every node about every selected block, made a paste of
+    // many blocks quadratic.
+    QSet<QGraphicsItem*> corners;
+    for (ConnectionItem* connectionItem : itemIndex().connections()) {
+        const BlockPinConnection* connection = connectionItem->pinConnection();
         if (!connection)
             continue;
+        const BlockPinInstance* source = connection->source();
+        const BlockPinInstance* target = connection->target();
         // One selected end is enough: the corners travel with whatever part of the code is taken.
-        for (BlockInstance* instance : std::as_const(instances)) {
-            if (connection->isConnectedTo(instance)) {
-                result.append(node);
-                break;
-            }
+        if (!(source && instances.contains(source->owner())) && !(target && instances.contains(target->owner())))
+            continue;
+        const QList<ConnectionNodeItem*> nodes = connectionItem->allNodes();
+        for (ConnectionNodeItem* node : nodes) {
+            if (!connectionItem->isEndNode(node))
+                corners.insert(node);
         }
     }
+    const QList<QGraphicsItem*> ordered = inSceneOrder(corners);
+    result.reserve(ordered.size());
+    for (QGraphicsItem* item : ordered)
+        result.append(static_cast<ConnectionNodeItem*>(item));
     return result;
 }
 

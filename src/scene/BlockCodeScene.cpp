@@ -215,6 +215,9 @@ void BlockCodeScene::rebuild()
     // Items write positions back into the model while they follow it; the scene must not hear its
     // own writes as changes.
     const bool saved = code->blockChangeSignals(true);
+    // The whole scene is drawn anew after a rebuild: asked for first, it spares the toolkit
+    // collecting the area of every item made or changed on the way.
+    QGraphicsScene::update(QRectF());
 
     if (BlockInstanceArea* area = instanceArea()) {
         code->updateVariantPins(area);
@@ -421,25 +424,49 @@ QList<BlockItem*> BlockCodeScene::selectedBlockItems()
     const QSet<BlockItem*>& selectedBlocks = d->index.selectedBlocks();
     if (selectedBlocks.size() <= 1)
         return QList<BlockItem*>(selectedBlocks.cbegin(), selectedBlocks.cend());
-    const QList<QGraphicsItem*> all = items(Qt::DescendingOrder);
-    for (QGraphicsItem* item : all) {
-        auto* block = dynamic_cast<BlockItem*>(item);
-        if (block && block->isSelected())
-            result.append(block);
+    QSet<QGraphicsItem*> wanted;
+    wanted.reserve(selectedBlocks.size());
+    for (BlockItem* block : selectedBlocks) {
+        if (block->isSelected())
+            wanted.insert(block);
     }
+    const QList<QGraphicsItem*> ordered = inSceneOrder(wanted);
+    result.reserve(ordered.size());
+    for (QGraphicsItem* item : ordered)
+        result.append(static_cast<BlockItem*>(item));
     return result;
 }
 
 QList<ConnectionItem*> BlockCodeScene::selectedConnectionItems()
 {
     QList<ConnectionItem*> result;
+    QSet<QGraphicsItem*> wanted;
+    for (ConnectionItem* connection : d->index.connections()) {
+        if (connection->isAnySelected())
+            wanted.insert(connection);
+    }
+    if (wanted.isEmpty())
+        return result;
+    const QList<QGraphicsItem*> ordered = inSceneOrder(wanted);
+    result.reserve(ordered.size());
+    for (QGraphicsItem* item : ordered)
+        result.append(static_cast<ConnectionItem*>(item));
+    return result;
+}
+
+QList<QGraphicsItem*> BlockCodeScene::inSceneOrder(const QSet<QGraphicsItem*>& wanted) const
+{
+    QList<QGraphicsItem*> ordered;
+    if (wanted.isEmpty())
+        return ordered;
+    ordered.reserve(wanted.size());
+    // A look-up in the set costs less than a run-time type test of every item of the scene.
     const QList<QGraphicsItem*> all = items(Qt::DescendingOrder);
     for (QGraphicsItem* item : all) {
-        auto* connection = dynamic_cast<ConnectionItem*>(item);
-        if (connection && connection->isAnySelected())
-            result.append(connection);
+        if (wanted.contains(item))
+            ordered.append(item);
     }
-    return result;
+    return ordered;
 }
 
 BlockItem* BlockCodeScene::selectedBlockItem()

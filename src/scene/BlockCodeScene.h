@@ -5,6 +5,7 @@
 
 #include <QGraphicsScene>
 #include <QList>
+#include <QSet>
 #include <QMap>
 #include <QPointF>
 #include <QScopedPointer>
@@ -94,6 +95,9 @@ public:
     // Whether some selected item is not a connection node: a node moving with such a selection
     // keeps its offset from the raster.
     bool selectionHoldsOtherThanNodes();
+    // The given items in the order of the scene's item list, the order in which a scan finds them:
+    // lists that the index gives unordered keep the order they had when they were scans.
+    QList<QGraphicsItem*> inSceneOrder(const QSet<QGraphicsItem*>& wanted) const;
 
 Q_SIGNALS:
     // Declared with a result for the sake of the established interface; nobody reads it.

@@ -34,7 +34,7 @@ namespace {
 
 constexpr int Runs = 5;
 
-// N ANDs in rows of 50, one raster apart, each wired to the next.
+// N ANDs in rows of 50, each wired to the next through two corners.
 struct EditingCode
 {
     BenchProject bench;
@@ -45,9 +45,20 @@ struct EditingCode
     explicit EditingCode(int n, bool withScene = true)
     {
         BlockCode* code = bench.code();
+        BlockInstance* previous = nullptr;
         for (int i = 0; i < n; ++i) {
             BlockInstance* instance = code->createInstanceInRealtimeTask(bench.andDef);
-            instance->setPosition(QPointF(double(i % 50) * 6.0, double(i / 50) * 5.0));
+            const QPointF at(double(i % 50) * 6.0, double(i / 50) * 5.0);
+            instance->setPosition(at);
+            // From the output of the one before to the first input, with two corners; the ends
+            // find their pins when the scene draws them.
+            if (previous) {
+                const QPointF from = previous->position();
+                ModelBuilder::wire(code, previous, 3, instance, 1,
+                                   {from + QPointF(4, 1), from + QPointF(4.5, 1), QPointF(from.x() + 4.5, at.y() + 2),
+                                    at + QPointF(0, 1)});
+            }
+            previous = instance;
         }
         bench.project->activate();
         if (!withScene)
@@ -78,16 +89,25 @@ void sendKey(QGraphicsScene* scene, int key, Qt::KeyboardModifiers modifiers)
     QApplication::sendEvent(scene, &press);
 }
 
-// The bare toolkit doing what Ctrl+A and a key move do to N items.
+// The bare toolkit doing what Ctrl+A and a key move do to as many items: N blocks and the four
+// nodes of each wire.
 struct BareScene
 {
     QGraphicsScene scene;
     explicit BareScene(int n)
     {
         for (int i = 0; i < n; ++i) {
+            const QPointF at(double(i % 50) * 6000.0, double(i / 50) * 5000.0);
             auto* item = scene.addRect(0, 0, 4000, 3000);
             item->setFlag(QGraphicsItem::ItemIsSelectable);
-            item->setPos(double(i % 50) * 6000.0, double(i / 50) * 5000.0);
+            item->setPos(at);
+            if (i == 0)
+                continue;
+            for (int node = 0; node < 4; ++node) {
+                auto* handle = scene.addRect(-100, -100, 200, 200);
+                handle->setFlag(QGraphicsItem::ItemIsSelectable);
+                handle->setPos(at + QPointF(-2000.0 + 500.0 * node, 1000.0));
+            }
         }
     }
     void selectAll()
@@ -215,14 +235,16 @@ void benchmark(int n)
             if (!pin->isInput())
                 output = pin;
         }
+        // The second input: the first is wired already.
         for (BlockPinItem* pin : to->pinItems()) {
-            if (pin->isInput() && !input)
+            if (pin->isInput())
                 input = pin;
         }
         const QLineF line(output->mapToScene(output->connectionPoint()), input->mapToScene(input->connectionPoint()));
         // A rubber line that makes no connection would time nothing.
+        const qsizetype wires = code->connections().size();
         edited->scene->undoStack()->push(new CreateConnectionCommand(edited->scene, line, nullptr));
-        if (code->connections().size() != 1) {
+        if (code->connections().size() != wires + 1) {
             std::fprintf(stderr, "the rubber line made no connection\n");
             std::exit(1);
         }

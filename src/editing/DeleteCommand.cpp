@@ -151,14 +151,15 @@ void DeleteCommand::redo()
         QList<QPointer<BlockPinConnection>> connections;
         for (ConnectionItem* item : connectionItems)
             connections.append(item->pinConnection());
-        for (const QPointer<BlockPinConnection>& connection : std::as_const(connections)) {
-            m_removedConnections.append(connection);
-            // A connection may already have gone with another one; the model ignores a stale pointer.
-            if (connection)
-                code->deleteConnection(connection);
-        }
         {
             const CodeChangeBatch batch(code);
+            for (const QPointer<BlockPinConnection>& connection : std::as_const(connections)) {
+                m_removedConnections.append(connection);
+                // A connection may already have gone with another one; the model ignores a stale
+                // pointer.
+                if (connection)
+                    code->deleteConnection(connection);
+            }
             for (unsigned int identifier : std::as_const(blockIdentifiers))
                 code->deleteInstance(identifier);
         }

@@ -25,6 +25,7 @@
 #include <QClipboard>
 #include <QMimeData>
 #include <QPointer>
+#include <QSignalSpy>
 #include <QTest>
 #include <QUndoStack>
 
@@ -68,6 +69,7 @@ private Q_SLOTS:
     void localBlockStillInUseTakesTheSnapshot();
     void connectionSelectedWithBlocksIsNotKeptByItself();
     void connectionsAloneAreKeptByTheirEnds();
+    void deleteAndItsUndoAreOneChangeEach();
     void definitionWithoutLocalLibraryCannotBringBlocksBack();
     void parameterValuesComeBack();
     void parameterValuesAreNotSavedWithoutAHierarchyNode();
@@ -329,6 +331,32 @@ void tst_DeleteCommand::connectionSelectedWithBlocksIsNotKeptByItself()
     s->undoStack()->redo();
     QVERIFY(!m_code->instance(reglerId));
     QVERIFY(wireBetween(andId, 3, notId, 1));
+}
+
+void tst_DeleteCommand::deleteAndItsUndoAreOneChangeEach()
+{
+    BlockDefinitionScene* s = scene();
+    // Ctrl+A selects every block and node, so both wires count as selected connections as well.
+    QVERIFY(sendSceneKey(s, Qt::Key_A, Qt::ControlModifier));
+    QVERIFY(!s->selectedConnectionItems().isEmpty());
+    const QByteArray before = wholeText(m_code);
+    QSignalSpy spy(m_code, &BlockCode::changed);
+    s->undoStack()->push(new DeleteCommand(s));
+    QVERIFY(m_code->instances().isEmpty());
+    QVERIFY(m_code->connections().isEmpty());
+    // Each change rebuilds every scene of the code: the wires and blocks go in one.
+    QCOMPARE(spy.count(), 1);
+    spy.clear();
+    s->undoStack()->undo();
+    QCOMPARE(spy.count(), 1);
+    QCOMPARE(m_code->instances().size(), 4);
+    QCOMPARE(m_code->connections().size(), 2);
+    // The same program, though the wires now stand after the blocks' own.
+    QList<QByteArray> linesBefore = before.split('\n');
+    QList<QByteArray> linesAfter = wholeText(m_code).split('\n');
+    std::sort(linesBefore.begin(), linesBefore.end());
+    std::sort(linesAfter.begin(), linesAfter.end());
+    QCOMPARE(linesAfter, linesBefore);
 }
 
 void tst_DeleteCommand::connectionsAloneAreKeptByTheirEnds()

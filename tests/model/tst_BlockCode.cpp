@@ -41,6 +41,7 @@ private Q_SLOTS:
     void realtimeOrdering();
     void textRoundTripUnderOldIdentifiers();
     void textRestoresWiresToRemainingBlocks();
+    void restoreIsOneChange();
     void runtimeAbsoluteRestoresPosition();
     void freshIdentifiersOnRestore();
     void corruptTextChangesNothing_data();
@@ -369,6 +370,43 @@ void tst_BlockCode::textRestoresWiresToRemainingBlocks()
     QCOMPARE(code->connections().size(), 2);
     QVERIFY(code->connections().at(0)->isConnectedTo(a));
     QVERIFY(code->connections().at(1)->isConnectedTo(c));
+}
+
+void tst_BlockCode::restoreIsOneChange()
+{
+    TestModel model;
+    BlockCode* code = model.rootCode();
+    BlockDefinition* andDef = model.block(QStringLiteral("StandardBlock_1"))->blockDefinition(0);
+    QList<BlockInstance*> chain;
+    for (int i = 0; i < 5; ++i) {
+        chain.append(ModelBuilder::place(code, andDef, {double(i) * 10.0, 0}));
+        if (i > 0)
+            ModelBuilder::wire(code, chain.at(i - 1), 3, chain.at(i), 1);
+    }
+    const QList<unsigned int> ids = instanceIds(code);
+    const QByteArray text = code->text(ids);
+    for (unsigned int id : ids)
+        code->deleteInstance(id);
+    QCOMPARE(code->connections().size(), 0);
+
+    // Five blocks and four wires come back as one change: each change rebuilds every scene of the
+    // code.
+    QSignalSpy spy(code, &BlockCode::changed);
+    code->restoreCodeFromText(text, false);
+    QCOMPARE(code->connections().size(), 4);
+    QCOMPARE(spy.count(), 1);
+
+    // Inside a caller's own block the change waits for the caller.
+    const QByteArray again = code->text({ids.last()});
+    code->deleteInstance(ids.last());
+    spy.clear();
+    const bool previous = code->blockChangeSignals(true);
+    code->restoreCodeFromText(again, false);
+    QCOMPARE(spy.count(), 0);
+    code->blockChangeSignals(previous);
+    code->sendBlockedChangeSignal();
+    QCOMPARE(spy.count(), 1);
+    QCOMPARE(code->connections().size(), 4);
 }
 
 void tst_BlockCode::runtimeAbsoluteRestoresPosition()

@@ -424,6 +424,9 @@ QByteArray BlockCode::signalsAsText(QList<unsigned int> identifiers) const
 
 QList<unsigned int> BlockCode::applyText(const CodeText::Content& content, bool freshIdentifiers)
 {
+    // The whole text is one change: every changed() makes the scenes of the code rebuild, and a
+    // restored selection of many wired blocks would otherwise rebuild them once per connection.
+    const bool wasBlocked = blockChangeSignals(true);
     QHash<unsigned int, unsigned int> map;
     QList<unsigned int> restored;
     QList<QPair<unsigned int, unsigned int>> realtimeRelative, realtimeAbsolute, backgroundRelative, backgroundAbsolute;
@@ -514,6 +517,9 @@ QList<unsigned int> BlockCode::applyText(const CodeText::Content& content, bool 
         }
     }
     notifyChanged();
+    blockChangeSignals(wasBlocked);
+    if (!wasBlocked)
+        sendBlockedChangeSignal();
     return restored;
 }
 

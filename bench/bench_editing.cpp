@@ -205,6 +205,45 @@ void benchmark(int n)
         printRow("delete N selected blocks", n, ours.first, floor.first);
         printRow("undo of the delete", n, ours.second, floor.second);
     }
+    // The toolkit's own share of a delete: as many items as the blocks and wires have, deleted
+    // oldest first from a scene in a window, beside the same items deleted outside any scene.
+    {
+        const auto makeItems = [n](QGraphicsScene* scene) {
+            QList<QGraphicsItem*> tops;
+            for (int i = 0; i < n; ++i) {
+                auto* block = new QGraphicsRectItem(0, 0, 4000, 3000);
+                block->setPos(double(i % 50) * 6000.0, double(i / 50) * 5000.0);
+                // Three pins, each with its label host and two markers.
+                for (int pin = 0; pin < 3; ++pin) {
+                    auto* pinItem = new QGraphicsRectItem(0, 0, 1000, 100, block);
+                    for (int child = 0; child < 3; ++child)
+                        new QGraphicsRectItem(0, 0, 100, 100, pinItem);
+                }
+                tops.append(block);
+                if (i > 0) {
+                    auto* wire = new QGraphicsRectItem(0, 0, 6000, 1000);
+                    for (int node = 0; node < 4; ++node)
+                        new QGraphicsRectItem(-100, -100, 200, 200, wire);
+                    tops.append(wire);
+                }
+            }
+            if (scene) {
+                for (QGraphicsItem* item : std::as_const(tops))
+                    scene->addItem(item);
+            }
+            return tops;
+        };
+        QGraphicsScene scene;
+        scene.setItemIndexMethod(QGraphicsScene::NoIndex);
+        QGraphicsView view(&scene);
+        view.resize(1200, 800);
+        view.show();
+        QList<QGraphicsItem*> items;
+        const BenchResult inScene = measure(Runs, [&] { items = makeItems(&scene); settle(); },
+                                            [&] { qDeleteAll(items); settle(); });
+        const BenchResult alone = measure(Runs, [&] { items = makeItems(nullptr); }, [&] { qDeleteAll(items); });
+        printRow("toolkit: delete as many items", n, inScene, alone);
+    }
     // Ctrl+A, a move of the selection by the Right key, and its undo.
     {
         EditingCode edited(n);

@@ -140,14 +140,19 @@ bool BlockDefinitionScenePrivate::moveItemsBy(double dx, double dy, const QList<
     const bool previous = code->blockChangeSignals(true);
     bool moved = false;
     QList<ConnectionItem*> routes;
+    // Beside the list, which keeps the order: asking the list made a move of many nodes quadratic.
+    QSet<ConnectionItem*> known;
     if (std::abs(dx) + std::abs(dy) > 0.0) {
         for (QGraphicsItem* item : items) {
             if (!q->isReadOnly()) {
                 item->moveBy(dx, dy);
                 moved = true;
                 auto* node = dynamic_cast<ConnectionNodeItem*>(item);
-                if (node && node->connectionItem() && !routes.contains(node->connectionItem()))
-                    routes.append(node->connectionItem());
+                ConnectionItem* route = node ? node->connectionItem() : nullptr;
+                if (route && !known.contains(route)) {
+                    known.insert(route);
+                    routes.append(route);
+                }
             }
         }
     }

@@ -11,6 +11,7 @@
 #include <QGraphicsView>
 #include <QGuiApplication>
 #include <QMimeData>
+#include <QSet>
 
 #include <algorithm>
 #include <cmath>
@@ -65,8 +66,10 @@ void PasteCommand::redo()
     }
 
     const QMap<unsigned int, BlockItem*> map = m_scene->blockItemMap();
+    // A set: the list asked for every block of the code made a large paste quadratic.
+    const QSet<unsigned int> pasted(m_newIdentifiers.cbegin(), m_newIdentifiers.cend());
     for (auto it = map.cbegin(); it != map.cend(); ++it) {
-        if (m_newIdentifiers.contains(it.key()) && it.value())
+        if (pasted.contains(it.key()) && it.value())
             it.value()->setSelected(true);
     }
     const QList<ConnectionNodeItem*> nodes = m_scene->connectionNodesOfSelection();

@@ -48,6 +48,7 @@
 #include "BlockPinInstance.h"
 #include "BlockRepository.h"
 #include "Project.h"
+#include "ProjectChangeWatch.h"
 
 #include <QAction>
 #include <QApplication>
@@ -874,6 +875,7 @@ QList<StudioWalk::Step> StudioWalk::editTour()
              if (!enterEditMode())
                  return false;
              m_textAtStart = codeTextOf(areaCode());
+             m_storedAtStart = ProjectChangeWatch::storedForm(m_window->project());
              // The whole level in sight: the pasted blocks and the new connection are then seen.
              m_window->zoomToFit();
              return !m_textAtStart.isEmpty() || fail(QStringLiteral("the area's program has no text"));
@@ -1182,13 +1184,18 @@ QList<StudioWalk::Step> StudioWalk::editTour()
                      file.write(m_textAtStart + "\n==== after undoing all ====\n" + text);
                  return fail(QStringLiteral("the program differs from how it was before the edits (both in alles-rueckgaengig.txt)"));
              }
-             // Back where it started, the title has no change to mark.
+             // Back where it started, in the same order, and the title has no change to mark.
              if (text != m_textAtStart)
-                 m_log.append(QStringLiteral("  the program's text lists its parts in another order than before"));
-             // The restored connections stand at the end of the code's list, so the stored form
-             // differs in order and the title keeps its mark; the program itself is as it was.
-             if (m_window->isProjectModified())
-                 m_log.append(QStringLiteral("  the title keeps its change mark: the restored connections are listed last"));
+                 return fail(QStringLiteral("the program lists its parts in another order than before"));
+             if (m_window->isProjectModified()) {
+                 QFile file(m_directory.filePath(QStringLiteral("alles-rueckgaengig-gespeichert.txt")));
+                 if (file.open(QIODevice::WriteOnly))
+                     file.write(m_storedAtStart + "\n==== after undoing all ====\n"
+                                + ProjectChangeWatch::storedForm(m_window->project()));
+                 return fail(QStringLiteral("the title still marks a change after everything was undone (the stored forms "
+                                            "in alles-rueckgaengig-gespeichert.txt)"));
+             }
+             m_log.append(QStringLiteral("  the program and its order are as before, the title marks no change"));
              return true;
          },
          400},

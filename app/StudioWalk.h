@@ -126,6 +126,7 @@ private:
 
     // What the editing tours remember from step to step.
     QByteArray m_textAtStart;
+    QByteArray m_storedAtStart;
     QByteArray m_textEdited;
     QStringList m_layoutEdited;
     QByteArray m_textSaved;

@@ -42,6 +42,7 @@ private Q_SLOTS:
     void textRoundTripUnderOldIdentifiers();
     void textRestoresWiresToRemainingBlocks();
     void restoreIsOneChange();
+    void restoredWiresGoBackToTheirPlaces();
     void runtimeAbsoluteRestoresPosition();
     void freshIdentifiersOnRestore();
     void corruptTextChangesNothing_data();
@@ -409,6 +410,57 @@ void tst_BlockCode::restoreIsOneChange()
     QCOMPARE(code->connections().size(), 4);
 }
 
+void tst_BlockCode::restoredWiresGoBackToTheirPlaces()
+{
+    TestModel model;
+    BlockCode* code = model.rootCode();
+    BlockDefinition* andDef = model.block(QStringLiteral("StandardBlock_1"))->blockDefinition(0);
+    BlockInstance* a = ModelBuilder::place(code, andDef, {});
+    BlockInstance* b = ModelBuilder::place(code, andDef, {10, 0});
+    BlockInstance* c = ModelBuilder::place(code, andDef, {20, 0});
+    BlockInstance* d = ModelBuilder::place(code, andDef, {30, 0});
+    ModelBuilder::wire(code, a, 3, b, 1);
+    ModelBuilder::wire(code, c, 3, d, 1);
+    ModelBuilder::wire(code, b, 3, c, 2);
+    ModelBuilder::wire(code, a, 3, d, 2);
+    const QByteArray before = wholeText(code);
+    const QList<BlockPinConnection*> wiresBefore = code->connections();
+    const unsigned int id = b->identifier();
+    // As a delete's undo takes it: the task place as it was, too.
+    QByteArray text = code->text({id});
+    text.replace("Runtime=", "RuntimeAbsolute=");
+    // b is the second instance; its wires are the first and the third.
+    QVERIFY(text.contains("Place=2\n"));
+    QVERIFY(text.contains("Place=1\n"));
+    QVERIFY(text.contains("Place=3\n"));
+    code->deleteInstance(id);
+    QCOMPARE(code->connections().size(), 2);
+
+    // b goes back between a and c, its wires between those that stayed.
+    code->restoreCodeFromText(text, false);
+    QCOMPARE(instanceIds(code), (QList<unsigned int>{a->identifier(), id, c->identifier(), d->identifier()}));
+    QCOMPARE(code->connections().size(), 4);
+    QCOMPARE(code->connections().at(1), wiresBefore.at(1));
+    QCOMPARE(code->connections().at(3), wiresBefore.at(3));
+    QCOMPARE(wholeText(code), before);
+
+    // A paste takes no place: its wires go to the end.
+    const QList<unsigned int> fresh = code->restoreCode(code->text({a->identifier(), id}), true);
+    QCOMPARE(fresh.size(), 2);
+    QCOMPARE(code->connections().size(), 5);
+    QVERIFY(code->connections().last()->isConnectedTo(code->instance(fresh.first())));
+    QCOMPARE(code->connections().at(1), wiresBefore.at(1));
+    QCOMPARE(code->connections().at(3), wiresBefore.at(3));
+
+    // A place beyond the end of the list puts the wire last.
+    const QByteArray far = QByteArray("[Connection]\nSource=") + QByteArray::number(c->identifier())
+                           + ";3\nTarget=" + QByteArray::number(a->identifier()) + ";2\nNodes=\nPlace=99\n";
+    code->restoreCodeFromText(far, false);
+    QCOMPARE(code->connections().size(), 6);
+    QVERIFY(code->connections().last()->isConnectedTo(a));
+    QVERIFY(code->connections().last()->isConnectedTo(c));
+}
+
 void tst_BlockCode::runtimeAbsoluteRestoresPosition()
 {
     TestModel model;
@@ -461,6 +513,7 @@ void tst_BlockCode::corruptTextChangesNothing_data()
     QTest::newRow("dangling escape") << QByteArray("[Instance]\nId=4\nBlock=StandardBlock_1\nName=ab\\");
     QTest::newRow("bad node list") << QByteArray("[Connection]\nSource=1;3\nTarget=2;1\nNodes=1;2|x\n");
     QTest::newRow("bad end") << QByteArray("[Connection]\nSource=1\n");
+    QTest::newRow("bad place") << QByteArray("[Connection]\nSource=1;3\nTarget=2;1\nPlace=x\n");
     QTest::newRow("line without equals") << QByteArray("[Instance]\nId 4\n");
     QTest::newRow("binary") << QByteArray("\x00\xff\xfe[Instance]\x01", 12);
 }

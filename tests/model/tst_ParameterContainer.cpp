@@ -196,6 +196,17 @@ void tst_ParameterContainer::setupValuesPerArea()
 
     setup.setValueText(2, 0, QStringLiteral("21"));
     QCOMPARE(setup.valueText(2, 0, 0), QStringLiteral("21"));
+
+    // The default written to an element without a value of its own stores nothing; written over
+    // a value of its own it stays a value of its own. A project file's value is kept as it is.
+    const QList<QPair<int, unsigned short>> ownBefore = setup.explicitValues();
+    setup.setValueText(5, 0, QStringLiteral("10"));
+    QCOMPARE(setup.explicitValues(), ownBefore);
+    QCOMPARE(setup.valueText(5, 0, 0), QStringLiteral("10"));
+    setup.setValueText(2, 0, QStringLiteral("10"));
+    QVERIFY(setup.explicitValues().contains(qMakePair(2, (unsigned short)0)));
+    setup.setOwnValueText(6, 1, QStringLiteral("11"));
+    QVERIFY(setup.explicitValues().contains(qMakePair(6, (unsigned short)1)));
     setup.setElementNumbers({5});
     QCOMPARE(setup.elementNumbers(), QList<unsigned short>{5});
 }

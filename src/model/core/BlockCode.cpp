@@ -392,19 +392,27 @@ QList<unsigned int> BlockCode::backgroundOrder() const
 QByteArray BlockCode::text(QList<unsigned int> identifiers) const
 {
     QByteArray out;
+    QHash<const BlockInstance*, unsigned int> places;
+    places.reserve(m_instances.size());
+    for (qsizetype i = 0; i < m_instances.size(); ++i)
+        places.insert(m_instances.at(i), unsigned(i + 1));
     for (unsigned int id : std::as_const(identifiers)) {
         if (const BlockInstance* instance = m_index.value(id))
-            out += CodeText::instanceText(InstanceRecord::of(instance));
+            out += CodeText::instanceText(InstanceRecord::of(instance), places.value(instance));
     }
     // Every connection that touches one of the instances, so that undo brings back the wires to
     // blocks that stayed.
     const QSet<unsigned int> set(identifiers.begin(), identifiers.end());
-    for (const BlockPinConnection* c : m_connections) {
+    for (qsizetype i = 0; i < m_connections.size(); ++i) {
+        const BlockPinConnection* c = m_connections.at(i);
         const BlockPinInstance* s = c->source();
         const BlockPinInstance* t = c->target();
         const bool touches = (s && set.contains(s->owner()->identifier())) || (t && set.contains(t->owner()->identifier()));
-        if (touches)
-            out += CodeText::connectionText(ConnectionRecord::of(c));
+        if (!touches)
+            continue;
+        ConnectionRecord record = ConnectionRecord::of(c);
+        record.place = unsigned(i + 1);
+        out += CodeText::connectionText(record);
     }
     return out;
 }
@@ -422,6 +430,39 @@ QByteArray BlockCode::signalsAsText(QList<unsigned int> identifiers) const
     return out;
 }
 
+namespace {
+
+// Moves the items that were appended to `list` after its first `before` entries and that come with
+// a place to that 1-based place of the list as it is (or to its end), in ascending order of the
+// places; the other appended ones follow, in their order. One merge, whatever the numbers.
+template <typename T>
+void putAtPlaces(QList<T*>& list, qsizetype before, QList<QPair<unsigned int, T*>> placed)
+{
+    if (placed.isEmpty())
+        return;
+    std::stable_sort(placed.begin(), placed.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+    QSet<const T*> placedSet;
+    for (const auto& entry : std::as_const(placed))
+        placedSet.insert(entry.second);
+    QList<T*> merged;
+    merged.reserve(list.size());
+    qsizetype next = 0;
+    for (qsizetype kept = 0; kept < before; ++kept) {
+        while (next < placed.size() && qsizetype(placed.at(next).first) - 1 <= merged.size())
+            merged.append(placed.at(next++).second);
+        merged.append(list.at(kept));
+    }
+    while (next < placed.size())
+        merged.append(placed.at(next++).second);
+    for (qsizetype i = before; i < list.size(); ++i) {
+        if (!placedSet.contains(list.at(i)))
+            merged.append(list.at(i));
+    }
+    list = merged;
+}
+
+} // namespace
+
 QList<unsigned int> BlockCode::applyText(const CodeText::Content& content, bool freshIdentifiers)
 {
     // The whole text is one change: every changed() makes the scenes of the code rebuild, and a
@@ -430,6 +471,11 @@ QList<unsigned int> BlockCode::applyText(const CodeText::Content& content, bool 
     QHash<unsigned int, unsigned int> map;
     QList<unsigned int> restored;
     QList<QPair<unsigned int, unsigned int>> realtimeRelative, realtimeAbsolute, backgroundRelative, backgroundAbsolute;
+    // Under their old identifiers instances and wires go back to their places in the code's
+    // lists, in ascending order, as the absolute task places do; pasted ones and those without a
+    // place go to the end.
+    const qsizetype instancesBefore = m_instances.size();
+    QList<QPair<unsigned int, BlockInstance*>> placedInstances;
     for (const CodeText::Instance& entry : content.instances) {
         const InstanceRecord& record = entry.record;
         BlockDefinition* definition = m_definition->resolveDefinition(record.block, record.version);
@@ -446,6 +492,8 @@ QList<unsigned int> BlockCode::applyText(const CodeText::Content& content, bool 
         BlockInstance* instance = createInstance(definition, id);
         if (!instance)
             continue;
+        if (!freshIdentifiers && entry.place)
+            placedInstances.append({entry.place, instance});
         map.insert(record.id, id);
         restored.append(id);
         record.applyTo(instance);
@@ -454,6 +502,7 @@ QList<unsigned int> BlockCode::applyText(const CodeText::Content& content, bool 
         if (record.background)
             (entry.backgroundAbsolute ? backgroundAbsolute : backgroundRelative).append({record.background, id});
     }
+    putAtPlaces(m_instances, instancesBefore, placedInstances);
     std::sort(realtimeAbsolute.begin(), realtimeAbsolute.end());
     std::sort(realtimeRelative.begin(), realtimeRelative.end());
     std::sort(backgroundAbsolute.begin(), backgroundAbsolute.end());
@@ -485,6 +534,8 @@ QList<unsigned int> BlockCode::applyText(const CodeText::Content& content, bool 
         BlockInstance* target = m_index.value(*it);
         return target ? target->pin(end.pin) : nullptr;
     };
+    const qsizetype connectionsBefore = m_connections.size();
+    QList<QPair<unsigned int, BlockPinConnection*>> placed;
     for (const ConnectionRecord& c : content.connections) {
         bool sourceOutside = false, targetOutside = false;
         BlockPinInstance* source = pinOf(c.source, sourceOutside);
@@ -498,9 +549,13 @@ QList<unsigned int> BlockCode::applyText(const CodeText::Content& content, bool 
                 break;
             }
         }
-        if (!exists)
-            addConnection(source, target, c.nodes);
+        if (exists)
+            continue;
+        BlockPinConnection* added = addConnection(source, target, c.nodes);
+        if (!freshIdentifiers && c.place)
+            placed.append({c.place, added});
     }
+    putAtPlaces(m_connections, connectionsBefore, placed);
 
     if (!freshIdentifiers) {
         for (const SignalLabelRecord& l : content.labels) {

@@ -36,6 +36,7 @@ constexpr char Pin[] = "Pin";
 constexpr char Source[] = "Source";
 constexpr char Target[] = "Target";
 constexpr char Nodes[] = "Nodes";
+constexpr char Place[] = "Place";
 constexpr char Node[] = "Node";
 constexpr char Instance[] = "Instance";
 constexpr char Offset[] = "Offset";
@@ -136,6 +137,8 @@ bool readInstanceKey(Instance& entry, const QByteArray& key, const QByteArray& v
         ok = unescape(value, i.name);
     } else if (key == Key::Position) {
         ok = parsePoint(value, i.position);
+    } else if (key == Key::Place) {
+        entry.place = value.toUInt(&ok);
     } else if (key == Key::Runtime || key == Key::RuntimeAbsolute) {
         i.realtime = value.toUInt(&ok);
         entry.realtimeAbsolute = key == Key::RuntimeAbsolute;
@@ -189,6 +192,11 @@ bool readConnectionKey(ConnectionRecord& c, const QByteArray& key, const QByteAr
                 return false;
             c.nodes.append(p);
         }
+    }
+    if (key == Key::Place) {
+        bool ok = false;
+        c.place = value.toUInt(&ok);
+        return ok;
     }
     return true;
 }
@@ -271,7 +279,7 @@ bool parse(const QByteArray& text, Content& content)
     return true;
 }
 
-QByteArray instanceText(const InstanceRecord& i)
+QByteArray instanceText(const InstanceRecord& i, unsigned int place)
 {
     QByteArray out;
     section(out, Section::Instance);
@@ -293,6 +301,8 @@ QByteArray instanceText(const InstanceRecord& i)
         line(out, Key::Pin, QByteArray::number(pin.id) + ';' + (pin.inverted ? '1' : '0') + ';' + (pin.remanent ? '1' : '0')
                                 + ';' + escapeLineBreaks(pin.initial));
     }
+    if (place)
+        line(out, Key::Place, QByteArray::number(place));
     return out;
 }
 
@@ -309,6 +319,8 @@ QByteArray connectionText(const ConnectionRecord& c)
         nodes += pointText(p);
     }
     line(out, Key::Nodes, nodes);
+    if (c.place)
+        line(out, Key::Place, QByteArray::number(c.place));
     return out;
 }
 

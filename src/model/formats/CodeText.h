@@ -18,6 +18,8 @@ struct Instance
     // the task holds already.
     bool realtimeAbsolute = false;
     bool backgroundAbsolute = false;
+    // "Place=": the 1-based place in the code's list of instances, 0 for none.
+    unsigned int place = 0;
 };
 
 struct Content
@@ -32,7 +34,7 @@ struct Content
 // False for a text that is refused as a whole; then `content` is of no use.
 bool parse(const QByteArray& text, Content& content);
 
-QByteArray instanceText(const InstanceRecord& record);
+QByteArray instanceText(const InstanceRecord& record, unsigned int place = 0);
 QByteArray connectionText(const ConnectionRecord& record);
 QByteArray labelText(const SignalLabelRecord& record);
 QByteArray localBlockText(const QByteArray& contents);

@@ -90,6 +90,9 @@ struct ConnectionRecord
     ConnectionEndRecord source;
     ConnectionEndRecord target;
     QList<QPointF> nodes;
+    // 1-based place in the code's list of connections, 0 for none; only the text form of code
+    // carries it, so that undo puts a wire back where it stood.
+    unsigned int place = 0;
 
     static ConnectionRecord of(const BlockPinConnection* connection);
     // An end must name one of `instances`, the identifiers of the code's instances.

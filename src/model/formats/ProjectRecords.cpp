@@ -300,7 +300,7 @@ ParameterSetup* ParameterValuesRecord::toSetup() const
     for (const auto& entry : defaults)
         setup->setDefaultValueText(entry.first, entry.second);
     for (const Value& v : values)
-        setup->setValueText(v.area, v.element, v.text);
+        setup->setOwnValueText(v.area, v.element, v.text);
     for (const Related& r : related)
         setup->setRelatedParameterNames(r.area, r.names);
     return setup;

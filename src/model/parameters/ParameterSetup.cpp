@@ -30,6 +30,17 @@ QString ParameterSetup::valueText(int areaNumber, unsigned short element, int)
 
 void ParameterSetup::setValueText(int areaNumber, unsigned short element, const QString& value)
 {
+    const auto key = qMakePair(areaNumber, element);
+    // The default written back to an element without a value of its own changes nothing, and
+    // stores nothing: the project reads the same as before (an undo that puts the values of a
+    // deleted block back leaves no trace).
+    if (!m_values.contains(key) && m_defaults.contains(element) && m_defaults.value(element) == value)
+        return;
+    m_values.insert(key, value);
+}
+
+void ParameterSetup::setOwnValueText(int areaNumber, unsigned short element, const QString& value)
+{
     m_values.insert(qMakePair(areaNumber, element), value);
 }
 

@@ -28,6 +28,8 @@ public:
     // A value set for no particular area, answered for every area without a value of its own.
     void setDefaultValueText(unsigned short element, const QString& value);
     QString defaultValueText(unsigned short element) const { return m_defaults.value(element); }
+    // A value of its own for the element, as a project file holds it, whatever the default.
+    void setOwnValueText(int areaNumber, unsigned short element, const QString& value);
     // (area number, element) pairs with a value of their own, sorted: for saving.
     QList<QPair<int, unsigned short>> explicitValues() const;
     // Area numbers that have related names, sorted: for saving.

@@ -75,6 +75,7 @@ bool holds(const QGraphicsItem* item, const QPointF& position)
 
 MovableItemGrid::MovableItemGrid(QGraphicsScene* scene)
     : m_scene(scene)
+    , m_watch(scene)
 {
     rebuild();
 }
@@ -99,7 +100,7 @@ QGraphicsItem* MovableItemGrid::itemAt(const QPointF& position)
     if (!std::isfinite(position.x()) || !std::isfinite(position.y()) || std::abs(position.x()) > MaxCoordinate
         || std::abs(position.y()) > MaxCoordinate)
         return scanAt(m_scene, position);
-    if (sceneItemsChanged())
+    if (m_watch.changed())
         rebuild();
 
     QVarLengthArray<QGraphicsItem*, 4> hits;
@@ -144,7 +145,7 @@ void MovableItemGrid::moveBlock(BlockItem* block, const QPointF& position)
     if (!block)
         return;
     block->setPos(position);
-    if (sceneItemsChanged())
+    if (m_watch.changed())
         rebuild();
     else
         fileTree(block);
@@ -155,23 +156,21 @@ void MovableItemGrid::remakeNode(ConnectionNodeItem* node, const QPointF& positi
     ConnectionItem* connection = node ? node->connectionItem() : nullptr;
     if (!connection)
         return;
-    if (sceneItemsChanged())
+    if (m_watch.changed())
         rebuild();
     const QList<ConnectionNodeItem*> before = connection->allNodes();
     for (ConnectionNodeItem* each : before)
         forget(each);
-    const qsizetype itemsBefore = m_sceneItems.size();
+    const qsizetype itemsBefore = m_watch.count();
     // An end node is no corner of the route and stays; a new corner is made all the same.
     connection->removeNode(node);
     const qsizetype removed = before.size() - connection->allNodes().size();
     connection->insertNode(position, index);
-    QList<QGraphicsItem*> now = m_scene->items();
-    if (now.size() != itemsBefore - removed + 1) {
+    if (m_watch.restart() != itemsBefore - removed + 1) {
         // Something beyond the route came or went meanwhile.
         rebuild();
         return;
     }
-    m_sceneItems = std::move(now);
     const QList<ConnectionNodeItem*> after = connection->allNodes();
     for (ConnectionNodeItem* each : after)
         file(each);
@@ -182,16 +181,11 @@ void MovableItemGrid::rebuild()
     m_cells.clear();
     m_cellsOf.clear();
     m_large.clear();
-    m_sceneItems = m_scene ? m_scene->items() : QList<QGraphicsItem*>();
-    for (QGraphicsItem* item : std::as_const(m_sceneItems)) {
+    m_watch.restart();
+    for (QGraphicsItem* item : m_watch.items()) {
         if (isMovable(item))
             file(item);
     }
-}
-
-bool MovableItemGrid::sceneItemsChanged() const
-{
-    return m_scene->items().constData() != m_sceneItems.constData();
 }
 
 void MovableItemGrid::file(QGraphicsItem* item)

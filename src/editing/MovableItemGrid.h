@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ToolkitWorkarounds.h"
 #include "zkblockview_export.h"
 
 #include <QHash>
@@ -45,15 +46,13 @@ public:
 
 private:
     void rebuild();
-    bool sceneItemsChanged() const;
     void file(QGraphicsItem* item);
     void fileTree(QGraphicsItem* item);
     void forget(QGraphicsItem* item);
 
     QGraphicsScene* m_scene;
-    // Holding the scene's item list keeps its storage: an item added or removed makes the scene
-    // copy the list, so a different storage means the items changed.
-    QList<QGraphicsItem*> m_sceneItems;
+    // Items that come or go behind the grid's back make it start anew.
+    ToolkitWorkarounds::SceneItemsWatch m_watch;
     QHash<quint64, QList<QGraphicsItem*>> m_cells;
     QHash<QGraphicsItem*, QRect> m_cellsOf;
     QList<QGraphicsItem*> m_large;

@@ -5,6 +5,7 @@
 #include "BlockPinInstance.h"
 
 #include <QGraphicsItem>
+#include <QGraphicsScene>
 #include <QMetaObject>
 #include <QObject>
 #include <QPointer>
@@ -72,6 +73,23 @@ void ToolkitWorkarounds::ScenePositionWalkPause::resume()
     if (m_standInObject)
         standIn->setFlag(QGraphicsItem::ItemSendsScenePositionChanges, true);
     m_standInObject = nullptr;
+}
+
+ToolkitWorkarounds::SceneItemsWatch::SceneItemsWatch(const QGraphicsScene* scene)
+    : m_scene(scene)
+{
+    restart();
+}
+
+qsizetype ToolkitWorkarounds::SceneItemsWatch::restart()
+{
+    m_items = m_scene ? m_scene->items() : QList<QGraphicsItem*>();
+    return m_items.size();
+}
+
+bool ToolkitWorkarounds::SceneItemsWatch::changed() const
+{
+    return !m_scene || m_scene->items().constData() != m_items.constData();
 }
 
 const QGraphicsItem* ToolkitWorkarounds::ScenePositionWalkPause::standIn() const

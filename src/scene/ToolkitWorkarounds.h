@@ -10,6 +10,7 @@
 class BlockInstance;
 class BlockPinConnection;
 class QGraphicsItem;
+class QGraphicsScene;
 class QObject;
 class QTreeWidget;
 class QTreeWidgetItem;
@@ -56,12 +57,29 @@ public:
     // new scene position, as the toolkit's walk would have.
     static void tellFollowers(QGraphicsItem* moved, const QGraphicsItem* standIn);
 
-    // Items hold the model's objects through guarded pointers, and every update asks each guard
-    // whether its object still lives. The toolkit gives each object its guard block when the first
-    // guarded pointer to it is made; made here, in one go for a whole code before its items exist,
-    // the blocks lie together in memory instead of scattered between the items, and an update
-    // walks them in order. The toolkit's public interface does not show where a guard block lies,
-    // so no test can watch this one; the scene benchmark's rebuild rows are its check.
+    // Whether items came into or left a scene since the watch (re)started, without a scan. A scene
+    // without an index (NoIndex) hands out its own item list from items(), implicitly shared; while
+    // the watch holds a copy, adding or removing an item makes the scene copy the list before it
+    // changes it, so other storage means other items. Moving, selecting or restacking an item
+    // leaves the list alone. With an index, items() is made anew at each call and the watch always
+    // answers that the items changed: slow for its user, never wrong.
+    class SceneItemsWatch
+    {
+    public:
+        explicit SceneItemsWatch(const QGraphicsScene* scene);
+        // Starts over from the scene's items as they are now; returns their number.
+        qsizetype restart();
+        bool changed() const;
+        // The number of items at the last restart.
+        qsizetype count() const { return m_items.size(); }
+        // The items at the last restart, in the scene's order.
+        const QList<QGraphicsItem*>& items() const { return m_items; }
+
+    private:
+        const QGraphicsScene* m_scene;
+        QList<QGraphicsItem*> m_items;
+    };
+
     // The scene delivers a press or a double click to an item and, after the item's handler has
     // returned, keeps that item as its last mouse grabber; an item deleted inside its own handler
     // would stay there as a dangling pointer. Work that deletes the item under the mouse therefore
@@ -69,5 +87,11 @@ public:
     // `context` dies first.
     static void afterEventDelivery(QObject* context, std::function<void()> work);
 
+    // Items hold the model's objects through guarded pointers, and every update asks each guard
+    // whether its object still lives. The toolkit gives each object its guard block when the first
+    // guarded pointer to it is made; made here, in one go for a whole code before its items exist,
+    // the blocks lie together in memory instead of scattered between the items, and an update
+    // walks them in order. The toolkit's public interface does not show where a guard block lies,
+    // so no test can watch this one; the scene benchmark's rebuild rows are its check.
     static void gatherGuards(const QList<BlockInstance*>& instances, const QList<BlockPinConnection*>& connections);
 };

@@ -227,6 +227,45 @@ private Q_SLOTS:
         QCoreApplication::processEvents();
         QCOMPARE(runs, 0);
     }
+
+    void sceneItemsWatchSeesItemsComeAndGoButNotChange()
+    {
+        QGraphicsScene scene;
+        scene.setItemIndexMethod(QGraphicsScene::NoIndex);
+        QGraphicsRectItem* block = scene.addRect(0, 0, 100, 100);
+        block->setFlag(QGraphicsItem::ItemIsSelectable);
+        ToolkitWorkarounds::SceneItemsWatch watch(&scene);
+        QCOMPARE(watch.count(), 1);
+        QVERIFY(!watch.changed());
+
+        // Changes of an item leave the scene's list as it was.
+        block->setPos(500, 300);
+        block->setZValue(4);
+        block->setSelected(true);
+        block->setVisible(false);
+        block->setVisible(true);
+        QVERIFY(!watch.changed());
+
+        // A child comes into the scene with its parent's list entry copied.
+        auto* child = new QGraphicsRectItem(0, 0, 10, 10, block);
+        QVERIFY(watch.changed());
+        QCOMPARE(watch.restart(), 2);
+        QVERIFY(!watch.changed());
+        delete child;
+        QVERIFY(watch.changed());
+        QCOMPARE(watch.restart(), 1);
+        scene.removeItem(block);
+        QVERIFY(watch.changed());
+        delete block;
+        QCOMPARE(watch.restart(), 0);
+
+        // With an index the list is made anew at each call: always changed, never wrongly not.
+        QGraphicsScene indexed;
+        indexed.setItemIndexMethod(QGraphicsScene::BspTreeIndex);
+        indexed.addRect(0, 0, 10, 10);
+        ToolkitWorkarounds::SceneItemsWatch indexedWatch(&indexed);
+        QVERIFY(indexedWatch.changed());
+    }
 };
 
 ZK_TEST_REGISTER(tst_ToolkitWorkarounds)

@@ -7,7 +7,6 @@
 #include "ConnectionNodeItem.h"
 #include "MovableItemGrid.h"
 
-
 MoveCommand::MoveCommand(BlockDefinitionScene* scene, const QList<QGraphicsItem*>& items, const QPointF& delta,
                          QUndoCommand* parent)
     : QUndoCommand(QStringLiteral("Move %1 items").arg(items.size()), parent)
